@@ -1,0 +1,17 @@
+# Every third-party library comes from Debian 12's packages (scripts/install-deps.sh).
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
+pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
+pkg_check_modules(TAGLIB REQUIRED IMPORTED_TARGET taglib)
+pkg_check_modules(LIBCUE REQUIRED IMPORTED_TARGET libcue)
+pkg_check_modules(SODIUM REQUIRED IMPORTED_TARGET libsodium)
+pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
+pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libswresample libavutil)
+pkg_check_modules(CURL REQUIRED IMPORTED_TARGET libcurl)
+find_package(CLI11 CONFIG REQUIRED)
+find_package(Threads REQUIRED)
+find_library(HTTP_PARSER_LIBRARY http_parser REQUIRED)
+find_path(HTTP_PARSER_INCLUDE_DIR http_parser.h REQUIRED)
+add_library(http_parser::http_parser UNKNOWN IMPORTED)
+set_target_properties(http_parser::http_parser PROPERTIES
+  IMPORTED_LOCATION ${HTTP_PARSER_LIBRARY} INTERFACE_INCLUDE_DIRECTORIES ${HTTP_PARSER_INCLUDE_DIR})
