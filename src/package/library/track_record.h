@@ -24,8 +24,8 @@ struct TrackRecord {
   // Virtual tracks (a CUE sheet's entries over one file): the entry's number within its sheet,
   // 0 for a plain file. IsVirtualMusic() reads this field; seek failures log it.
   int32_t virtual_index;
-  int64_t start_ms;  // virtual tracks: where the entry starts in its file
-  int64_t end_ms;    // virtual tracks: where it ends; 0 = end of file
+  int64_t start_ms;    // virtual tracks: where the entry starts in its file
+  int64_t end_ms;      // virtual tracks: where it ends; 0 = end of file
   uint32_t owner_uid;  // 0 for the shared library, else the personal library's user
 };
 
