@@ -1,15 +1,7 @@
 #include "package/playlist/playlist_library.h"
-#include "package/playlist/playlist_result.h"
 
 // Placeholders until the playlist library lands: there are no playlists.
 namespace Sonvik::webapi::playlist {
-PlaylistResult::PlaylistResult(const std::string& n, bool personal)
-    : name(n), id(n), is_personal(personal), is_smart(true) {}
-PlaylistResult::PlaylistResult(const std::string& n, const std::string& key, bool personal)
-    : name(n), id(key), is_personal(personal) {}
-PlaylistResult::PlaylistResult(const std::string&) {}
-std::string PlaylistResult::GetId() const { return {}; }
-
 PlaylistLibrary::PlaylistLibrary(QUOR::APIRequest* request) : request_(request) {}
 int PlaylistLibrary::GetTrackFromNormalPlaylist(const std::string&, _tag_PLAYLIST_TYPE_, int, int,
                                                 Json::Value&) {
