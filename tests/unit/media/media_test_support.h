@@ -1,0 +1,103 @@
+#pragma once
+// Helpers shared by the media tests: stdout capture, CGI environment, scratch files.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Sonvik::testing {
+
+// Sends everything written to stdout (fd 1) into a temporary file until Finish().
+class StdoutCapture {
+ public:
+  StdoutCapture() {
+    std::fflush(stdout);
+    saved_ = ::dup(1);
+    file_ = std::tmpfile();
+    ::dup2(::fileno(file_), 1);
+  }
+  StdoutCapture(const StdoutCapture&) = delete;
+  StdoutCapture& operator=(const StdoutCapture&) = delete;
+  ~StdoutCapture() { Restore(); }
+
+  std::string Finish() {
+    Restore();
+    std::string text;
+    std::rewind(file_);
+    char buffer[65536];
+    size_t n;
+    while ((n = std::fread(buffer, 1, sizeof(buffer), file_)) > 0) text.append(buffer, n);
+    return text;
+  }
+
+ private:
+  void Restore() {
+    if (saved_ < 0) return;
+    std::fflush(stdout);
+    ::dup2(saved_, 1);
+    ::close(saved_);
+    saved_ = -1;
+  }
+  int saved_ = -1;
+  std::FILE* file_ = nullptr;
+};
+
+// Sets CGI request variables for one scope; every variable a media answer reads starts unset.
+class CgiEnvironment {
+ public:
+  CgiEnvironment(std::initializer_list<std::pair<const char*, std::string>> variables) {
+    for (const char* name : {"REQUEST_METHOD", "HTTP_RANGE", "HTTP_IF_RANGE", "HTTP_IF_NONE_MATCH",
+                             "HTTP_IF_MODIFIED_SINCE"}) {
+      ::unsetenv(name);
+    }
+    ::setenv("REQUEST_METHOD", "GET", 1);
+    for (const auto& [name, value] : variables) ::setenv(name, value.c_str(), 1);
+  }
+  CgiEnvironment(const CgiEnvironment&) = delete;
+  CgiEnvironment& operator=(const CgiEnvironment&) = delete;
+};
+
+// A scratch folder below the test namespace's private /var/packages.
+inline std::string ScratchDir(const std::string& name) {
+  std::string dir = "/var/packages/media-test/" + name;
+  std::filesystem::remove_all(dir);
+  std::filesystem::create_directories(dir);
+  ::chmod("/var/packages/media-test", 0755);
+  ::chmod(dir.c_str(), 0755);
+  return dir;
+}
+
+inline void WriteFile(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+inline std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// Bytes that differ at every offset within a period of 251, so a misplaced range shows.
+inline std::string PatternBytes(size_t size) {
+  std::string bytes(size, '\0');
+  for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 7 + i / 251) % 256);
+  return bytes;
+}
+
+// Fixes a file's modification time, so that its validators are known in advance.
+inline void SetModificationTime(const std::string& path, time_t seconds, long nanoseconds) {
+  struct timespec times[2] = {{seconds, nanoseconds}, {seconds, nanoseconds}};
+  ::utimensat(AT_FDCWD, path.c_str(), times, 0);
+}
+
+// Runs a shell command (fixture generation with the ffmpeg tools); true on exit status 0.
+inline bool RunCommand(const std::string& command) { return std::system(command.c_str()) == 0; }
+
+}  // namespace Sonvik::testing
