@@ -1,0 +1,102 @@
+#include <fstream>
+#include <iterator>
+
+#include "unit/accounts/test_store.h"
+
+namespace Sonvik::testing {
+namespace {
+
+using QUOR::accounts::AccountError;
+
+class SessionsTokensTest : public AccountStoreTest {
+ protected:
+  void SetUp() override {
+    AccountStoreTest::SetUp();
+    uid_ = store().AddUser("alice", "pw").uid;
+  }
+
+  // The database with its WAL, as bytes: what a stolen copy would hold.
+  std::string StoredBytes() {
+    std::string bytes;
+    for (const std::string suffix : {"", "-wal"}) {
+      std::ifstream in(db_path_ + suffix, std::ios::binary);
+      bytes.append(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    return bytes;
+  }
+
+  unsigned uid_ = 0;
+};
+
+TEST_F(SessionsTokensTest, SessionLastsWhileUsedAndEndsAfterAWeekIdle) {
+  std::string sid = store().CreateSession(uid_);
+  EXPECT_EQ(sid.size(), 64u);
+  EXPECT_NE(store().CreateSession(uid_), sid);
+
+  // Used every six days: stays alive well past seven days from creation.
+  for (int i = 0; i < 3; ++i) {
+    now_ += 6 * 24 * 3600;
+    auto user = store().ResolveSession(sid);
+    ASSERT_TRUE(user) << "after " << i + 1 << " uses";
+    EXPECT_EQ(user->name, "alice");
+    EXPECT_EQ(user->uid, uid_);
+  }
+  now_ += 7 * 24 * 3600;
+  EXPECT_FALSE(store().ResolveSession(sid));
+  now_ -= 7 * 24 * 3600;  // and it stays gone
+  EXPECT_FALSE(store().ResolveSession(sid));
+}
+
+TEST_F(SessionsTokensTest, LogoutEndsOnlyThatSession) {
+  std::string first = store().CreateSession(uid_);
+  std::string second = store().CreateSession(uid_);
+  store().DeleteSession(first);
+  EXPECT_FALSE(store().ResolveSession(first));
+  EXPECT_TRUE(store().ResolveSession(second));
+  EXPECT_FALSE(store().ResolveSession(""));
+  EXPECT_FALSE(store().ResolveSession(second.substr(0, 63)));
+  EXPECT_THROW(store().CreateSession(4242), AccountError);
+}
+
+TEST_F(SessionsTokensTest, TokenResolvesToItsUserAndSecretsAreStoredOnlyAsDigests) {
+  const std::string password = "correct horse battery staple";
+  store().SetPassword("alice", password);
+  std::string token = store().CreateToken("alice");
+  std::string sid = store().CreateSession(uid_);
+  EXPECT_EQ(token.size(), 64u);
+  auto user = store().ResolveToken(token);
+  ASSERT_TRUE(user);
+  EXPECT_EQ(user->name, "alice");
+  EXPECT_FALSE(store().ResolveSession(token));  // a token is no session id, and back
+  EXPECT_FALSE(store().ResolveToken(sid));
+
+  std::string bytes = StoredBytes();
+  ASSERT_FALSE(bytes.empty());
+  EXPECT_EQ(bytes.find(token), std::string::npos);
+  EXPECT_EQ(bytes.find(sid), std::string::npos);
+  EXPECT_EQ(bytes.find(password), std::string::npos);
+  EXPECT_THROW(store().CreateToken("nobody"), AccountError);
+}
+
+TEST_F(SessionsTokensTest, ListingShowsUseAndRevokingEndsTheToken) {
+  std::string first = store().CreateToken("alice");
+  std::string second = store().CreateToken("alice");
+  auto tokens = store().ListTokens();
+  ASSERT_EQ(tokens.size(), 2u);
+  EXPECT_EQ(tokens[0].created, now_);
+  EXPECT_EQ(tokens[0].last_used, 0);
+
+  now_ += 3600;
+  ASSERT_TRUE(store().ResolveToken(first));
+  tokens = store().ListTokens();
+  EXPECT_EQ(tokens[0].last_used, now_);
+  EXPECT_EQ(tokens[1].last_used, 0);
+
+  EXPECT_TRUE(store().RevokeToken(tokens[0].id));
+  EXPECT_FALSE(store().RevokeToken(tokens[0].id));
+  EXPECT_FALSE(store().ResolveToken(first));
+  EXPECT_TRUE(store().ResolveToken(second));
+}
+
+}  // namespace
+}  // namespace Sonvik::testing
