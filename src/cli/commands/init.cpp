@@ -16,6 +16,7 @@ extern "C" {
 #include "cli/commands/commands.h"
 #include "cli/service_account.h"
 #include "host/accounts/account_store.h"
+#include "package/library/library_database.h"
 #include "package/paths.h"
 #include "package/util/key_value_file.h"
 #include "package/version.h"
@@ -66,6 +67,12 @@ void RunInit() {
   } catch (const QUOR::accounts::AccountError& e) {
     throw std::runtime_error(std::string(e.what()) +
                              "; move the damaged file away and run 'sonvik init' again");
+  }
+  try {
+    library::OpenLibraryDatabase();
+  } catch (const std::exception& e) {
+    throw std::runtime_error(std::string(e.what()) + "; check " + paths::kLibraryDb +
+                             " and run 'sonvik init' again");
   }
   // The server runs as the service account and writes databases, WAL files and covers here.
   GiveTo(service, paths::kStateDir);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/accounts/account_store.h"
+#include "package/sqlite/transaction.h"
 
 namespace QUOR::accounts::detail {
 namespace {
@@ -42,16 +43,13 @@ constexpr const char* kMigrations[] = {
 };
 constexpr int64_t kNewestVersion = static_cast<int64_t>(std::size(kMigrations));
 
-int64_t SchemaVersion(Connection& db) {
-  auto statement = db.Prepare("PRAGMA user_version");
-  return statement.Step() ? statement.Int64(0) : 0;
-}
+int64_t SchemaVersion(Sonvik::sqlite::Database& db) { return db.PragmaInt("user_version"); }
 
 }  // namespace
 
-void MigrateAccountSchema(Connection& db) {
+void MigrateAccountSchema(Sonvik::sqlite::Database& db) {
   if (SchemaVersion(db) == kNewestVersion) return;
-  WriteTransaction transaction(db);
+  Sonvik::sqlite::Transaction transaction(db.get());
   // Another process may have migrated while we waited for the write lock.
   int64_t version = SchemaVersion(db);
   if (version > kNewestVersion) {

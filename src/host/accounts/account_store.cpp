@@ -10,10 +10,11 @@
 #include "host/accounts/account_schema.h"
 #include "host/accounts/account_store_impl.h"
 #include "host/accounts/preference_dir.h"
-#include "host/accounts/secrets.h"
 
 namespace QUOR::accounts {
 namespace {
+
+using Sonvik::sqlite::Transaction;
 
 // The file is made before SQLite opens it so that it is never readable by others: it holds
 // password hashes. SQLite gives the -wal and -shm files the same mode (and, when we are root,
@@ -27,13 +28,16 @@ void CreatePrivateFile(const std::string& path) {
   }
 }
 
-detail::Connection OpenDatabase(const std::string& path) {
+Sonvik::sqlite::Database OpenDatabase(const std::string& path) {
   CreatePrivateFile(path);
-  detail::Connection db(path, /*create=*/false);
-  // Worker processes share the file; a writer holds the lock for milliseconds.
-  sqlite3_busy_timeout(db.get(), 5000);
-  db.Exec("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;");
-  return db;
+  return detail::WithAccountErrors([&] {
+    Sonvik::sqlite::Database db(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW);
+    // Worker processes share the file; a writer holds the lock for milliseconds.
+    db.SetBusyTimeout(5000);
+    db.Exec("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;");
+    detail::MigrateAccountSchema(db);
+    return db;
+  });
 }
 
 void CheckPassword(const std::string& password) {
@@ -63,18 +67,17 @@ bool IsValidUserName(const std::string& name) {
 AccountStore::Impl::Impl(const std::string& path, AccountStoreOptions store_options)
     : options(std::move(store_options)), db(OpenDatabase(path)) {
   detail::InitSodium();
-  detail::MigrateAccountSchema(db);
 }
 
 int64_t AccountStore::Impl::Now() const {
   return options.clock ? options.clock() : static_cast<int64_t>(std::time(nullptr));
 }
 
-User AccountStore::Impl::MakeUser(int64_t uid, std::string name) const {
+User AccountStore::Impl::MakeUser(int64_t uid, std::string_view name) const {
   User user;
   user.uid = static_cast<unsigned>(uid);
-  user.preference_dir = options.users_dir + "/" + name;
-  user.name = std::move(name);
+  user.name = name;
+  user.preference_dir = options.users_dir + "/" + user.name;
   return user;
 }
 
@@ -95,20 +98,26 @@ User AccountStore::AddUser(const std::string& name, const std::string& password,
   CheckPassword(password);
   // Hashing takes a while: do it before taking the write lock.
   std::string hash = detail::HashPassword(password);
+  sqlite3* db = impl_->db.get();
 
-  detail::WriteTransaction transaction(impl_->db);
-  if (FindUser(name)) throw AccountError("user '" + name + "' already exists");
-  auto insert = impl_->db.Prepare(
-      "INSERT INTO users(name, password_hash, created) VALUES(?1, ?2, ?3) RETURNING uid");
-  insert.Bind(1, name).Bind(2, hash).Bind(3, impl_->Now());
-  if (!insert.Step()) impl_->db.Fail("insert user");
-  User user = impl_->MakeUser(insert.Int64(0), name);
-  insert.Run();
+  std::optional<Transaction> transaction;
+  User user = detail::WithAccountErrors([&] {
+    transaction.emplace(db);
+    if (FindUser(name)) throw AccountError("user '" + name + "' already exists");
+    auto insert = detail::Prepare(
+        db, "INSERT INTO users(name, password_hash, created) VALUES(?1, ?2, ?3) RETURNING uid",
+        name, hash, impl_->Now());
+    if (!insert.Step()) throw AccountError("accounts database: the new user got no uid");
+    User added = impl_->MakeUser(insert.ColumnInt64(0), name);
+    insert.Run();
+    return added;
+  });
 
   bool created_dir = detail::MakePreferenceDir(user.preference_dir);
   try {
+    // The caller's step keeps its own exceptions; only ours are translated.
     if (before_commit) before_commit(user);
-    transaction.Commit();
+    detail::WithAccountErrors([&] { transaction->Commit(); });
   } catch (...) {
     if (created_dir) detail::RemovePreferenceDir(user.preference_dir);
     throw;
@@ -117,57 +126,75 @@ User AccountStore::AddUser(const std::string& name, const std::string& password,
 }
 
 std::optional<User> AccountStore::FindUser(const std::string& name) {
-  auto select = impl_->db.Prepare("SELECT uid FROM users WHERE name = ?1");
-  select.Bind(1, name);
-  if (!select.Step()) return std::nullopt;
-  return impl_->MakeUser(select.Int64(0), name);
+  return detail::WithAccountErrors([&]() -> std::optional<User> {
+    auto select = detail::Prepare(impl_->db.get(), "SELECT uid FROM users WHERE name = ?1", name);
+    if (!select.Step()) return std::nullopt;
+    return impl_->MakeUser(select.ColumnInt64(0), name);
+  });
 }
 
 std::optional<User> AccountStore::FindUserByUid(unsigned uid) {
-  auto select = impl_->db.Prepare("SELECT name FROM users WHERE uid = ?1");
-  select.Bind(1, static_cast<int64_t>(uid));
-  if (!select.Step()) return std::nullopt;
-  return impl_->MakeUser(uid, select.Text(0));
+  return detail::WithAccountErrors([&]() -> std::optional<User> {
+    auto select = detail::Prepare(impl_->db.get(), "SELECT name FROM users WHERE uid = ?1", uid);
+    if (!select.Step()) return std::nullopt;
+    return impl_->MakeUser(uid, select.ColumnText(0));
+  });
 }
 
 std::vector<User> AccountStore::ListUsers() {
-  auto select = impl_->db.Prepare("SELECT uid, name FROM users ORDER BY uid");
-  std::vector<User> users;
-  while (select.Step()) users.push_back(impl_->MakeUser(select.Int64(0), select.Text(1)));
-  return users;
+  return detail::WithAccountErrors([&] {
+    auto select = detail::Prepare(impl_->db.get(), "SELECT uid, name FROM users ORDER BY uid");
+    std::vector<User> users;
+    while (select.Step()) {
+      users.push_back(impl_->MakeUser(select.ColumnInt64(0), select.ColumnText(1)));
+    }
+    return users;
+  });
 }
 
 void AccountStore::SetPassword(const std::string& name, const std::string& password) {
   CheckPassword(password);
   std::string hash = detail::HashPassword(password);
-  detail::WriteTransaction transaction(impl_->db);
-  auto update = impl_->db.Prepare("UPDATE users SET password_hash = ?2 WHERE name = ?1");
-  update.Bind(1, name).Bind(2, hash).Run();
-  if (impl_->db.Changes() == 0) throw AccountError("no such user '" + name + "'");
-  // Whoever knew the old password is logged out.
-  impl_->db.Prepare("DELETE FROM sessions WHERE uid = (SELECT uid FROM users WHERE name = ?1)")
-      .Bind(1, name)
-      .Run();
-  transaction.Commit();
+  sqlite3* db = impl_->db.get();
+  detail::WithAccountErrors([&] {
+    Transaction transaction(db);
+    detail::Prepare(db, "UPDATE users SET password_hash = ?2 WHERE name = ?1", name, hash).Run();
+    if (impl_->db.Changes() == 0) throw AccountError("no such user '" + name + "'");
+    // Whoever knew the old password is logged out.
+    detail::Prepare(db, "DELETE FROM sessions WHERE uid = (SELECT uid FROM users WHERE name = ?1)",
+                    name)
+        .Run();
+    transaction.Commit();
+  });
 }
 
 bool AccountStore::DeleteUser(const std::string& name) {
-  auto user = FindUser(name);
-  if (!user) return false;
-  {
-    detail::WriteTransaction transaction(impl_->db);
+  sqlite3* db = impl_->db.get();
+  auto user = detail::WithAccountErrors([&]() -> std::optional<User> {
+    Transaction transaction(db);
+    auto found = FindUser(name);
+    if (!found) return std::nullopt;
     // Sessions and tokens go with the row (ON DELETE CASCADE).
-    impl_->db.Prepare("DELETE FROM users WHERE uid = ?1")
-        .Bind(1, static_cast<int64_t>(user->uid))
-        .Run();
-    if (impl_->db.Changes() == 0) return false;  // deleted by someone else meanwhile
-    impl_->db.Prepare("DELETE FROM login_failures WHERE scope = 'account' AND key = ?1")
-        .Bind(1, name)
+    detail::Prepare(db, "DELETE FROM users WHERE uid = ?1", found->uid).Run();
+    detail::Prepare(db, "DELETE FROM login_failures WHERE scope = 'account' AND key = ?1", name)
         .Run();
     transaction.Commit();
-  }
+    return found;
+  });
+  if (!user) return false;
   detail::RemovePreferenceDir(user->preference_dir);
   return true;
 }
 
+namespace detail {
+
+void BindOne(Sonvik::sqlite::Statement& statement, int index, const SecretDigest& digest) {
+  int rc = sqlite3_bind_blob(statement.get(), index, digest.data(), static_cast<int>(digest.size()),
+                             SQLITE_TRANSIENT);
+  if (rc != SQLITE_OK) {
+    Sonvik::sqlite::ThrowError(sqlite3_db_handle(statement.get()), rc, "bind");
+  }
+}
+
+}  // namespace detail
 }  // namespace QUOR::accounts

@@ -1,9 +1,15 @@
 #pragma once
 // What the AccountStore's source files share.
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "host/accounts/account_store.h"
-#include "host/accounts/sqlite_helper.h"
+#include "host/accounts/secrets.h"
+#include "package/sqlite/database.h"
+#include "package/sqlite/error.h"
+#include "package/sqlite/statement.h"
+#include "package/sqlite/transaction.h"
 
 namespace QUOR::accounts {
 
@@ -11,16 +17,44 @@ struct AccountStore::Impl {
   Impl(const std::string& path, AccountStoreOptions store_options);
 
   int64_t Now() const;
-  User MakeUser(int64_t uid, std::string name) const;
+  User MakeUser(int64_t uid, std::string_view name) const;
 
   AccountStoreOptions options;
-  detail::Connection db;
+  Sonvik::sqlite::Database db;
 };
 
 namespace detail {
+
 // Use of a session or token is noted at most this often: resolving stays a pure read for the
 // many requests in between.
 inline constexpr int64_t kLastUsedGranularitySeconds = 60;
-}  // namespace detail
 
+template <typename Value>
+void BindOne(Sonvik::sqlite::Statement& statement, int index, const Value& value) {
+  statement.Bind(index, value);
+}
+// Digests are stored as 32-byte blobs.
+void BindOne(Sonvik::sqlite::Statement& statement, int index, const SecretDigest& digest);
+
+// Prepares `sql` on `db` and binds `args` to its parameters 1, 2, ...
+template <typename... Args>
+Sonvik::sqlite::Statement Prepare(sqlite3* db, std::string_view sql, const Args&... args) {
+  Sonvik::sqlite::Statement statement(db, sql);
+  int index = 0;
+  (BindOne(statement, ++index, args), ...);
+  return statement;
+}
+
+// The store promises AccountError for every failure; the database's own errors are turned into
+// it here, at the edge.
+template <typename Body>
+auto WithAccountErrors(Body&& body) -> decltype(body()) {
+  try {
+    return body();
+  } catch (const Sonvik::sqlite::Error& e) {
+    throw AccountError(std::string("accounts database: ") + e.what());
+  }
+}
+
+}  // namespace detail
 }  // namespace QUOR::accounts

@@ -82,8 +82,8 @@ TEST_F(CliTest, InitSetsUpEverythingAndIsSafeToRepeat) {
   ASSERT_TRUE(audio);
   EXPECT_EQ((*audio)["support_transcode_mp3"],
             avcodec_find_encoder(AV_CODEC_ID_MP3) ? "yes" : "no");
-  for (const char* path :
-       {paths::kStateDir, paths::kUsersDir, paths::kCoverCache, paths::kAccountsDb}) {
+  for (const char* path : {paths::kStateDir, paths::kUsersDir, paths::kCoverCache,
+                           paths::kAccountsDb, paths::kLibraryDb}) {
     EXPECT_EQ(OwnerOf(path), service_uid) << path;
   }
 
