@@ -23,6 +23,9 @@ void CreatePrivateFile(const std::string& path) {
   int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (fd >= 0) {
     ::close(fd);
+  } else if (errno == ENOENT) {
+    throw AccountError("cannot create " + path +
+                       ": its folder is missing; run 'sonvik init' first");
   } else if (errno != EEXIST) {
     throw AccountError("cannot create " + path + ": " + std::strerror(errno));
   }

@@ -76,6 +76,9 @@ LoginResult AccountStore::Login(const std::string& name, const std::string& pass
     return LoginResult::kWrongCredentials;
   }
   if (!detail::VerifyPassword(password, account->hash)) return LoginResult::kWrongCredentials;
+  // The only moment the password is at hand: bring a hash made with older limits up to date.
+  std::string new_hash;
+  if (detail::NeedsRehash(account->hash)) new_hash = detail::HashPassword(password);
 
   detail::WithAccountErrors([&] {
     Transaction transaction(db);
@@ -87,6 +90,12 @@ LoginResult AccountStore::Login(const std::string& name, const std::string& pass
                       "UPDATE login_failures SET count = count - 1 "
                       "WHERE scope = ?1 AND key = ?2 AND count > 0",
                       kAddressScope, client_address)
+          .Run();
+    }
+    if (!new_hash.empty()) {
+      detail::Prepare(db,
+                      "UPDATE users SET password_hash = ?2 WHERE uid = ?1 AND password_hash = ?3",
+                      account->uid, new_hash, account->hash)
           .Run();
     }
     transaction.Commit();

@@ -37,6 +37,11 @@ bool VerifyPassword(std::string_view password, const std::string& hash) {
   return crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0;
 }
 
+bool NeedsRehash(const std::string& hash) {
+  return crypto_pwhash_str_needs_rehash(hash.c_str(), crypto_pwhash_OPSLIMIT_INTERACTIVE,
+                                        crypto_pwhash_MEMLIMIT_INTERACTIVE) != 0;
+}
+
 void VerifyAgainstDummy(std::string_view password) {
   static const std::string dummy = HashPassword(RandomSecret());
   VerifyPassword(password, dummy);

@@ -15,6 +15,8 @@ void InitSodium();
 // Throws AccountError when the memory for it cannot be had.
 std::string HashPassword(std::string_view password);
 bool VerifyPassword(std::string_view password, const std::string& hash);
+// True when `hash` was made with other limits than HashPassword uses now (older settings).
+bool NeedsRehash(const std::string& hash);
 // Spends the time of one verification against nothing, so that an unknown account name answers
 // as slowly as a wrong password.
 void VerifyAgainstDummy(std::string_view password);

@@ -1,3 +1,6 @@
+#include <sodium.h>
+#include <sqlite3.h>
+
 #include "unit/accounts/test_store.h"
 
 namespace Sonvik::testing {
@@ -93,6 +96,46 @@ TEST_F(LoginTest, NewPasswordReplacesTheOldAndEndsSessionsButNotTokens) {
   EXPECT_THROW(store().SetPassword("nobody", "x"), AccountError);
   EXPECT_THROW(store().SetPassword("alice", ""), AccountError);
   EXPECT_EQ(Try("alice", "new"), LoginResult::kOk);
+}
+
+}  // namespace
+}  // namespace Sonvik::testing
+
+namespace Sonvik::testing {
+namespace {
+
+TEST_F(LoginTest, HashMadeWithOlderLimitsIsRenewedAtTheNextLogin) {
+  char weak[crypto_pwhash_STRBYTES];
+  ASSERT_EQ(
+      crypto_pwhash_str(weak, "old", 3, crypto_pwhash_OPSLIMIT_MIN, crypto_pwhash_MEMLIMIT_MIN), 0);
+  store_.reset();
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open(db_path_.c_str(), &db), SQLITE_OK);
+  sqlite3_stmt* update = nullptr;
+  ASSERT_EQ(sqlite3_prepare_v2(db, "UPDATE users SET password_hash = ? WHERE name = 'alice'", -1,
+                               &update, nullptr),
+            SQLITE_OK);
+  sqlite3_bind_text(update, 1, weak, -1, SQLITE_TRANSIENT);
+  EXPECT_EQ(sqlite3_step(update), SQLITE_DONE);
+  sqlite3_finalize(update);
+  Open();
+
+  EXPECT_EQ(Try("alice", "old"), LoginResult::kOk);
+
+  std::string stored;
+  sqlite3_stmt* select = nullptr;
+  ASSERT_EQ(sqlite3_prepare_v2(db, "SELECT password_hash FROM users WHERE name = 'alice'", -1,
+                               &select, nullptr),
+            SQLITE_OK);
+  ASSERT_EQ(sqlite3_step(select), SQLITE_ROW);
+  stored = reinterpret_cast<const char*>(sqlite3_column_text(select, 0));
+  sqlite3_finalize(select);
+  sqlite3_close(db);
+  EXPECT_NE(stored, weak);
+  EXPECT_EQ(crypto_pwhash_str_needs_rehash(stored.c_str(), crypto_pwhash_OPSLIMIT_INTERACTIVE,
+                                           crypto_pwhash_MEMLIMIT_INTERACTIVE),
+            0);
+  EXPECT_EQ(Try("alice", "old"), LoginResult::kOk);
 }
 
 }  // namespace
