@@ -2,41 +2,25 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <cinttypes>
-#include <cstdio>
-
 #include "package/audio/audio_output.h"
 #include "package/audio/cgi_writer.h"
 #include "package/audio/content_type.h"
+#include "package/audio/file_validators.h"
 #include "package/audio/request_headers.h"
 #include "package/audio/response_plan.h"
 #include "package/audio/unique_fd.h"
 
-namespace {
-
-// Size and modification time (to the nanosecond) change whenever the bytes do, as far as the
-// file system can tell; a tag built from them needs no read of the file.
-std::string FileEntityTag(const struct stat& status) {
-  uint64_t mtime_ns = static_cast<uint64_t>(status.st_mtim.tv_sec) * 1000000000u +
-                      static_cast<uint64_t>(status.st_mtim.tv_nsec);
-  char tag[64];
-  std::snprintf(tag, sizeof(tag), "\"%" PRIx64 "-%" PRIx64 "\"",
-                static_cast<uint64_t>(status.st_size), mtime_ns);
-  return tag;
-}
-
-}  // namespace
-
 int HTTPFileOutputer::Output(const char* path, const char* content_type) {
   using namespace Sonvik::audio;
   if (path == nullptr) return -1;
-  UniqueFd file(::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  // Non-blocking so that a FIFO planted in the library cannot hang the worker in open().
+  UniqueFd file(::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
   if (!file.valid()) return -1;
   struct stat status {};
   if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return -1;
 
   const uint64_t size = static_cast<uint64_t>(status.st_size);
-  Validators validators{FileEntityTag(status), status.st_mtim.tv_sec};
+  Validators validators = FileValidators(status);
   RequestHeaders request = RequestHeaders::FromEnvironment();
   ResponsePlan plan = PlanResponse(request, validators, size);
   const char* type = content_type != nullptr ? content_type : ContentTypeForPath(path);

@@ -101,3 +101,51 @@ inline void SetModificationTime(const std::string& path, time_t seconds, long na
 inline bool RunCommand(const std::string& command) { return std::system(command.c_str()) == 0; }
 
 }  // namespace Sonvik::testing
+
+namespace Sonvik::testing {
+
+// Generates an audio file with the ffmpeg command line: `seconds` of a 1 kHz tone that starts
+// at `burst_at` seconds (silence before), at `rate` Hz with `channels` channels. The output
+// format follows the path's extension; `codec_options` picks codecs where that is not enough.
+inline bool MakeAudio(const std::string& path, double seconds, int rate = 44100, int channels = 2,
+                      double burst_at = 0, const std::string& codec_options = "") {
+  char filter[256];
+  std::snprintf(filter, sizeof(filter),
+                "aevalsrc='if(gte(t,%.6f),0.5*sin(2*PI*1000*t),0)':s=%d:d=%.6f", burst_at, rate,
+                seconds);
+  return RunCommand("ffmpeg -hide_banner -loglevel error -y -f lavfi -i \"" + std::string(filter) +
+                    "\" -ac " + std::to_string(channels) + " " + codec_options + " '" + path + "'");
+}
+
+// Decodes any audio file with the ffmpeg command line to mono float samples at `rate`.
+inline std::vector<float> DecodeWithFfmpeg(const std::string& path, int rate = 48000) {
+  std::string command = "ffmpeg -hide_banner -loglevel error -i '" + path +
+                        "' -f f32le -ac 1 -ar " + std::to_string(rate) + " -";
+  std::vector<float> samples;
+  std::FILE* pipe = ::popen(command.c_str(), "r");
+  if (pipe == nullptr) return samples;
+  float buffer[4096];
+  size_t n;
+  while ((n = std::fread(buffer, sizeof(float), 4096, pipe)) > 0) {
+    samples.insert(samples.end(), buffer, buffer + n);
+  }
+  ::pclose(pipe);
+  return samples;
+}
+
+// Index of the first sample louder than `level`; -1 when there is none.
+inline long FirstLoud(const std::vector<float>& samples, float level = 0.05f) {
+  for (size_t i = 0; i < samples.size(); ++i) {
+    if (samples[i] > level || samples[i] < -level) return static_cast<long>(i);
+  }
+  return -1;
+}
+
+// Splits a captured CGI answer at its blank line.
+inline std::pair<std::string, std::string> SplitAnswer(const std::string& answer) {
+  size_t end = answer.find("\r\n\r\n");
+  if (end == std::string::npos) return {answer, ""};
+  return {answer.substr(0, end + 4), answer.substr(end + 4)};
+}
+
+}  // namespace Sonvik::testing

@@ -26,7 +26,11 @@ bool RecordingSendFile(int fd, off_t offset, size_t count) {
          ::write(1, buffer.data(), count) == static_cast<ssize_t>(count);
 }
 bool RefuseSendFile(int, off_t, size_t) { return false; }
-bool OutputWanted() { return g_output_wanted; }
+std::vector<uid_t> g_euid_during_output;
+bool OutputWanted() {
+  g_euid_during_output.push_back(::geteuid());
+  return g_output_wanted;
+}
 
 class StreamHandlerTest : public MediaHandlerTest {
  protected:
@@ -34,6 +38,7 @@ class StreamHandlerTest : public MediaHandlerTest {
     MediaHandlerTest::SetUp();
     dir_ = ScratchDir("stream");
     g_euid_during_send.clear();
+    g_euid_during_output.clear();
     g_output_wanted = true;
   }
   void TearDown() override {
@@ -155,6 +160,56 @@ TEST_F(StreamHandlerTest, TranscodeRefusesOtherExtensionsSilently) {
   answer = Call(TranscodeAudio, 14);
   EXPECT_EQ(answer.output, k404);
   EXPECT_THAT(LogTexts(), ElementsAre("stream_handler:29 Failed to get track info by id 14"));
+}
+
+TEST_F(StreamHandlerTest, VirtualTrackStreamsItsSegmentAsRoot) {
+  std::string path = dir_ + "/album.flac";
+  ASSERT_TRUE(MakeAudio(path, 3, 44100, 2));
+  ::chmod(path.c_str(), 0600);
+  AddTrack(15, path, 2);
+  FakeTracks()["15"].record.start_ms = 1000;
+  FakeTracks()["15"].record.end_ms = 2000;
+  QUOR::SetOutputWantedHook(OutputWanted);
+  HandlerAnswer answer = Call(StreamAudio, 15);
+  EXPECT_THAT(answer.output, StartsWith("Accept-Ranges: bytes \r\nContent-Type: audio/wav\r\n"
+                                        "Content-Length: 176444\r\n"));
+  EXPECT_EQ(SplitAnswer(answer.output).second.size(), 176444u);
+  ASSERT_FALSE(g_euid_during_output.empty());
+  EXPECT_EQ(g_euid_during_output[0], 0u);
+  EXPECT_EQ(answer.euid_after, service_uid_);
+  EXPECT_TRUE(LogTexts().empty());
+}
+
+TEST_F(StreamHandlerTest, TranscodesAsTheServiceAccount) {
+  std::string path = dir_ + "/song.flac";
+  ASSERT_TRUE(MakeAudio(path, 2, 44100, 2));
+  AddTrack(16, path);
+  QUOR::SetOutputWantedHook(OutputWanted);
+  HandlerAnswer answer = Call(TranscodeAudio, 16);
+  // 2 s at 48 kHz: 84 frames of 384 bytes.
+  EXPECT_THAT(answer.output, StartsWith("Content-Type: audio/mpeg\r\nContent-Length: 32256\r\n"));
+  EXPECT_EQ(SplitAnswer(answer.output).second.size(), 32256u);
+  ASSERT_FALSE(g_euid_during_output.empty());
+  EXPECT_EQ(g_euid_during_output[0], service_uid_);
+  EXPECT_FALSE(answer.response.output_enabled());
+  EXPECT_TRUE(LogTexts().empty());
+
+  // Read only by root: the service account cannot open it, and the transcode fails.
+  ::chmod(path.c_str(), 0600);
+  answer = Call(TranscodeAudio, 16);
+  EXPECT_EQ(answer.output, k404);
+  EXPECT_THAT(LogTexts(),
+              ElementsAre("stream_handler:69 Failed to transcode track [" + path + "] to mp3"));
+}
+
+TEST_F(StreamHandlerTest, UndecodableTrackFailsTheTranscode) {
+  std::string path = dir_ + "/broken.m4a";
+  WriteFile(path, PatternBytes(4000));
+  AddTrack(17, path);
+  HandlerAnswer answer = Call(TranscodeAudio, 17);
+  EXPECT_EQ(answer.output, k404);
+  EXPECT_THAT(LogTexts(),
+              ElementsAre("stream_handler:69 Failed to transcode track [" + path + "] to mp3"));
 }
 
 TEST_F(StreamHandlerTest, Output404NotFoundBytes) {

@@ -1,0 +1,9 @@
+#pragma once
+#include <string_view>
+
+namespace Sonvik::audio {
+
+// True for the audio formats the library scanner accepts that FFmpeg can decode.
+bool IsTranscodableExtension(std::string_view path);
+
+}  // namespace Sonvik::audio
