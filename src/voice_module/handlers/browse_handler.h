@@ -3,3 +3,4 @@
 // cover handlers join this list as they land.
 #include "voice_module/handlers/browse_cover_handler.h"
 #include "voice_module/handlers/browse_search_handler.h"
+#include "voice_module/handlers/browse_playlist_handler.h"
