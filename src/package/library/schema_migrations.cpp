@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "package/playlist/playlist_schema.h"
 #include "package/search/search_index.h"
 #include "package/sqlite/error.h"
 #include "package/sqlite/transaction.h"
@@ -105,6 +106,7 @@ struct MigrationStep {
 constexpr MigrationStep kMigrationSteps[] = {
     {"libraries, tracks, cue sheets, playlist files", CreateLibraryTables},
     {"voice-matching search index", CreateSearchIndex},
+    {"playlists and their items", playlist::CreatePlaylistTables},
 };
 
 }  // namespace

@@ -52,16 +52,25 @@ std::string_view TrimLine(std::string_view line) {
 
 }  // namespace
 
-std::vector<PlaylistEntry> ParseM3u(std::string_view text) {
+M3uDocument ParseM3uDocument(std::string_view text) {
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-  std::vector<PlaylistEntry> entries;
+  M3uDocument document;
+  std::string pending_lines;
   int32_t pending_virtual = 0;
+  bool first_line = true;
   while (!text.empty()) {
     size_t end = text.find('\n');
-    std::string_view line = TrimLine(text.substr(0, end));
+    std::string_view raw = text.substr(0, end);
     text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    if (line.empty()) continue;
-    if (line.front() == '#') {
+    if (!raw.empty() && raw.back() == '\r') raw.remove_suffix(1);
+    std::string_view line = TrimLine(raw);
+    const bool is_first = first_line;
+    first_line = false;
+    if (is_first && line.starts_with("#EXTM3U")) {
+      document.header = std::string(raw) + "\n";
+      continue;
+    }
+    if (line.empty() || line.front() == '#') {
       if (line.starts_with(kVirtualDirective)) {
         std::string_view number = line.substr(kVirtualDirective.size());
         int32_t value = 0;
@@ -69,28 +78,46 @@ std::vector<PlaylistEntry> ParseM3u(std::string_view text) {
         pending_virtual =
             ec == std::errc() && ptr == number.data() + number.size() && value > 0 ? value : 0;
       }
+      if (!line.empty()) pending_lines += std::string(raw) + "\n";
       continue;
     }
-    entries.push_back({LocationToPath(line), pending_virtual});
+    pending_lines += std::string(raw) + "\n";
+    document.blocks.push_back({{LocationToPath(line), pending_virtual}, std::move(pending_lines)});
+    pending_lines.clear();
     pending_virtual = 0;
   }
+  document.trailer = std::move(pending_lines);
+  return document;
+}
+
+std::string M3uDocument::Text() const {
+  std::string text = header.empty() ? "#EXTM3U\n" : header;
+  for (const auto& block : blocks) text += block.lines;
+  return text + trailer;
+}
+
+std::vector<PlaylistEntry> ParseM3u(std::string_view text) {
+  std::vector<PlaylistEntry> entries;
+  for (auto& block : ParseM3uDocument(text).blocks) entries.push_back(std::move(block.entry));
   return entries;
+}
+
+std::string FormatM3uItem(const M3uItem& item) {
+  // Line breaks inside a tag would start a new entry.
+  std::string display = item.display;
+  for (char& c : display) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
+  std::string text = "#EXTINF:" + std::to_string(item.duration_s) + "," + display + "\n";
+  if (item.entry.virtual_index > 0) {
+    text += std::string(kVirtualDirective) + std::to_string(item.entry.virtual_index) + "\n";
+  }
+  return text + item.entry.path + "\n";
 }
 
 std::string FormatM3u8(const std::vector<M3uItem>& items) {
   std::string text = "#EXTM3U\n";
-  for (const auto& item : items) {
-    // Line breaks inside a tag would start a new entry.
-    std::string display = item.display;
-    for (char& c : display) {
-      if (c == '\n' || c == '\r') c = ' ';
-    }
-    text += "#EXTINF:" + std::to_string(item.duration_s) + "," + display + "\n";
-    if (item.entry.virtual_index > 0) {
-      text += std::string(kVirtualDirective) + std::to_string(item.entry.virtual_index) + "\n";
-    }
-    text += item.entry.path + "\n";
-  }
+  for (const auto& item : items) text += FormatM3uItem(item);
   return text;
 }
 

@@ -16,6 +16,21 @@ namespace Sonvik::playlist {
 // mark and CR line ends are accepted.
 std::vector<PlaylistEntry> ParseM3u(std::string_view text);
 
+// A playlist file cut into its items, each with the lines that lead to it (#EXTINF and other
+// comments), so that an edit keeps every line it does not touch.
+struct M3uDocument {
+  std::string header;  // the #EXTM3U line, if any
+  struct Block {
+    PlaylistEntry entry;
+    std::string lines;  // the item's own lines, each ending in "\n"
+  };
+  std::vector<Block> blocks;
+  std::string trailer;  // comment lines after the last item
+
+  std::string Text() const;
+};
+M3uDocument ParseM3uDocument(std::string_view text);
+
 struct M3uItem {
   PlaylistEntry entry;  // path must be absolute
   int duration_s = -1;  // -1: unknown
@@ -24,5 +39,7 @@ struct M3uItem {
 
 // An extended M3U text for `items`.
 std::string FormatM3u8(const std::vector<M3uItem>& items);
+// The lines of one item, as FormatM3u8 writes them.
+std::string FormatM3uItem(const M3uItem& item);
 
 }  // namespace Sonvik::playlist

@@ -27,6 +27,8 @@ void CreatePlaylistTables(sqlite3* db) {
       virtual_index INTEGER NOT NULL DEFAULT 0,
       PRIMARY KEY (playlist_id, position)
     ) WITHOUT ROWID;
+    CREATE INDEX tracks_by_year ON tracks (year);
+    CREATE INDEX tracks_by_duration ON tracks (duration_ms);
   )sql",
                               nullptr, nullptr, &message);
   if (rc != SQLITE_OK) {

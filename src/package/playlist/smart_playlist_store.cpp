@@ -18,8 +18,7 @@ std::string PersonalSmartPlaylistPath(const std::string& preference_dir) {
   return PersonalPlaylistFolder(preference_dir) + "/smart.playlist";
 }
 
-std::optional<SmartPlaylistFile> LoadSmartPlaylists(const std::string& path,
-                                                    std::string* problem) {
+std::optional<SmartPlaylistFile> LoadSmartPlaylists(const std::string& path, std::string* problem) {
   struct stat info {};
   if (lstat(path.c_str(), &info) != 0 && errno == ENOENT) return SmartPlaylistFile();
   auto text = ReadSmallFile(path, kMaxPlaylistFileBytes);

@@ -14,8 +14,7 @@ std::string PersonalSmartPlaylistPath(const std::string& preference_dir);
 
 // The playlists of the rule file at `path`; a missing file holds none. nullopt with `problem`
 // when the file cannot be read or is not a rule file.
-std::optional<SmartPlaylistFile> LoadSmartPlaylists(const std::string& path,
-                                                    std::string* problem);
+std::optional<SmartPlaylistFile> LoadSmartPlaylists(const std::string& path, std::string* problem);
 
 // Replaces the rule file with `playlists` (temporary file, sync, rename). Throws
 // std::runtime_error with a message.
