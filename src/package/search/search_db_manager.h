@@ -40,17 +40,29 @@ class SearchDBHelper {
 };
 
 template <>
-inline SearchTypeInfo& SearchDBHelper::GetEditableSearchTypeInfo<SearchAlbum>() { return album_; }
+inline SearchTypeInfo& SearchDBHelper::GetEditableSearchTypeInfo<SearchAlbum>() {
+  return album_;
+}
 template <>
-inline SearchTypeInfo& SearchDBHelper::GetEditableSearchTypeInfo<SearchArtist>() { return artist_; }
+inline SearchTypeInfo& SearchDBHelper::GetEditableSearchTypeInfo<SearchArtist>() {
+  return artist_;
+}
 template <>
-inline SearchTypeInfo& SearchDBHelper::GetEditableSearchTypeInfo<SearchTitle>() { return title_; }
+inline SearchTypeInfo& SearchDBHelper::GetEditableSearchTypeInfo<SearchTitle>() {
+  return title_;
+}
 template <>
-inline const SearchTypeInfo& SearchDBHelper::GetSearchTypeInfo<SearchAlbum>() const { return album_; }
+inline const SearchTypeInfo& SearchDBHelper::GetSearchTypeInfo<SearchAlbum>() const {
+  return album_;
+}
 template <>
-inline const SearchTypeInfo& SearchDBHelper::GetSearchTypeInfo<SearchArtist>() const { return artist_; }
+inline const SearchTypeInfo& SearchDBHelper::GetSearchTypeInfo<SearchArtist>() const {
+  return artist_;
+}
 template <>
-inline const SearchTypeInfo& SearchDBHelper::GetSearchTypeInfo<SearchTitle>() const { return title_; }
+inline const SearchTypeInfo& SearchDBHelper::GetSearchTypeInfo<SearchTitle>() const {
+  return title_;
+}
 
 class SearchDBManager {
  public:
@@ -76,6 +88,11 @@ class SearchDBManager {
   int32_t count = 0;
 
  private:
+  // Folds the conditions and runs `query` on the matches inside one read transaction; every
+  // failure becomes `error` and a zero result.
+  template <typename Query>
+  int Run(Query query);
+
   unsigned uid_;
   SearchDBHelper helper_;
 };

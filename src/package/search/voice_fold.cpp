@@ -10,31 +10,49 @@
 namespace Sonvik::search {
 namespace {
 
-constexpr utf8proc_option_t kFoldOptions = static_cast<utf8proc_option_t>(
-    UTF8PROC_DECOMPOSE | UTF8PROC_COMPAT | UTF8PROC_CASEFOLD | UTF8PROC_STRIPMARK |
-    UTF8PROC_IGNORE);
+constexpr utf8proc_option_t kFoldOptions =
+    static_cast<utf8proc_option_t>(UTF8PROC_DECOMPOSE | UTF8PROC_COMPAT | UTF8PROC_CASEFOLD |
+                                   UTF8PROC_STRIPMARK | UTF8PROC_IGNORE);
 
 // Latin letters (already case folded) that have no decomposition to a plain letter.
 std::string_view Transliterate(int32_t cp) {
   switch (cp) {
-    case 0x00F8: return "o";   // ø
-    case 0x00E6: return "ae";  // æ
-    case 0x0153: return "oe";  // œ
-    case 0x00DF: return "ss";  // ß (case folding already gives ss; kept for clarity)
-    case 0x0111: return "d";   // đ
-    case 0x00F0: return "d";   // ð
-    case 0x0142: return "l";   // ł
-    case 0x00FE: return "th";  // þ
-    case 0x0131: return "i";   // ı
-    case 0x0127: return "h";   // ħ
-    case 0x0167: return "t";   // ŧ
-    case 0x014B: return "n";   // ŋ
-    case 0x0180: return "b";   // ƀ
-    case 0x0192: return "f";   // ƒ
-    case 0x01B6: return "z";   // ƶ
-    case 0x0256: return "d";   // ɖ
-    case 0x0138: return "k";   // ĸ
-    default: return {};
+    case 0x00F8:
+      return "o";  // ø
+    case 0x00E6:
+      return "ae";  // æ
+    case 0x0153:
+      return "oe";  // œ
+    case 0x00DF:
+      return "ss";  // ß (case folding already gives ss; kept for clarity)
+    case 0x0111:
+      return "d";  // đ
+    case 0x00F0:
+      return "d";  // ð
+    case 0x0142:
+      return "l";  // ł
+    case 0x00FE:
+      return "th";  // þ
+    case 0x0131:
+      return "i";  // ı
+    case 0x0127:
+      return "h";  // ħ
+    case 0x0167:
+      return "t";  // ŧ
+    case 0x014B:
+      return "n";  // ŋ
+    case 0x0180:
+      return "b";  // ƀ
+    case 0x0192:
+      return "f";  // ƒ
+    case 0x01B6:
+      return "z";  // ƶ
+    case 0x0256:
+      return "d";  // ɖ
+    case 0x0138:
+      return "k";  // ĸ
+    default:
+      return {};
   }
 }
 
@@ -174,8 +192,7 @@ std::string JoinTokens(const std::vector<std::string>& tokens) {
   return joined;
 }
 
-bool MatchesFoldedTag(std::string_view joined_keyword,
-                      const std::vector<std::string>& tag_tokens) {
+bool MatchesFoldedTag(std::string_view joined_keyword, const std::vector<std::string>& tag_tokens) {
   if (joined_keyword.empty()) return false;
   for (size_t start = 0; start < tag_tokens.size(); ++start) {
     std::string_view rest = joined_keyword;

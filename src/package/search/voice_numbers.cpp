@@ -14,17 +14,23 @@ struct NumberWord {
 
 // Values below 20 stand alone; tens take an optional unit after them.
 constexpr std::array<NumberWord, 20> kSmall = {{
-    {"zero", 0},     {"one", 1},        {"two", 2},       {"three", 3},     {"four", 4},
-    {"five", 5},     {"six", 6},        {"seven", 7},     {"eight", 8},     {"nine", 9},
-    {"ten", 10},     {"eleven", 11},    {"twelve", 12},   {"thirteen", 13}, {"fourteen", 14},
-    {"fifteen", 15}, {"sixteen", 16},   {"seventeen", 17}, {"eighteen", 18}, {"nineteen", 19},
+    {"zero", 0},     {"one", 1},      {"two", 2},        {"three", 3},     {"four", 4},
+    {"five", 5},     {"six", 6},      {"seven", 7},      {"eight", 8},     {"nine", 9},
+    {"ten", 10},     {"eleven", 11},  {"twelve", 12},    {"thirteen", 13}, {"fourteen", 14},
+    {"fifteen", 15}, {"sixteen", 16}, {"seventeen", 17}, {"eighteen", 18}, {"nineteen", 19},
 }};
 constexpr std::array<NumberWord, 8> kTens = {{
-    {"twenty", 20}, {"thirty", 30}, {"forty", 40}, {"fifty", 50},
-    {"sixty", 60},  {"seventy", 70}, {"eighty", 80}, {"ninety", 90},
+    {"twenty", 20},
+    {"thirty", 30},
+    {"forty", 40},
+    {"fifty", 50},
+    {"sixty", 60},
+    {"seventy", 70},
+    {"eighty", 80},
+    {"ninety", 90},
 }};
 constexpr std::array<std::string_view, 20> kRoman = {
-    "i",  "ii",  "iii",  "iv", "v",  "vi",  "vii",  "viii",  "ix",  "x",
+    "i",  "ii",  "iii",  "iv",  "v",  "vi",  "vii",  "viii",  "ix",  "x",
     "xi", "xii", "xiii", "xiv", "xv", "xvi", "xvii", "xviii", "xix", "xx"};
 
 template <size_t N>
@@ -62,8 +68,8 @@ class NumberReader {
   }
 
   // An optional "and" is taken only when a number follows it ("two thousand and one").
-  std::optional<int> ReadTail(size_t& pos, std::optional<int> (NumberReader::*read)(size_t&)
-                                               const) const {
+  std::optional<int> ReadTail(size_t& pos,
+                              std::optional<int> (NumberReader::*read)(size_t&) const) const {
     size_t at = pos;
     if (Is(at, "and")) ++at;
     std::optional<int> value = (this->*read)(at);

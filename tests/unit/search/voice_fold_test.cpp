@@ -21,7 +21,7 @@ TEST(VoiceFold, AccentsCaseAndTransliteration) {
   EXPECT_EQ(VoiceFold("Đorđe Łódź"), (Tokens{"dorde", "lodz"}));
   EXPECT_EQ(VoiceFold("Þór"), (Tokens{"thor"}));
   EXPECT_EQ(VoiceFold("ＡＢＣ　ｄｅｆ"), (Tokens{"abc", "def"}));  // full width
-  EXPECT_EQ(VoiceFold("ﬁre"), (Tokens{"fire"}));                  // ligature
+  EXPECT_EQ(VoiceFold("ﬁre"), (Tokens{"fire"}));                   // ligature
   EXPECT_EQ(VoiceFold("Москва"), (Tokens{"москва"}));
   EXPECT_EQ(VoiceFold("東京 事変"), (Tokens{"東京", "事変"}));
 }
@@ -36,7 +36,9 @@ TEST(VoiceFold, TokensEndAtEveryNonLetter) {
   EXPECT_EQ(VoiceFold("U2"), (Tokens{"u2"}));
   EXPECT_TRUE(VoiceFold("").empty());
   EXPECT_TRUE(VoiceFold(" '-!? ").empty());
-  EXPECT_EQ(VoiceFold("a\xff\xfe" "b"), (Tokens{"ab"}));  // invalid bytes separate
+  EXPECT_EQ(VoiceFold("a\xff\xfe"
+                      "b"),
+            (Tokens{"ab"}));  // invalid bytes separate
 }
 
 TEST(VoiceFold, SpelledWordsAreJoinedFirst) {
