@@ -18,6 +18,13 @@ void ToLower(std::string* text) {
   for (char& c : *text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
 }
 
+// RFC 9110 token characters; http-parser in its lenient build lets blanks into field names,
+// which proxies in front could read differently (request smuggling).
+bool IsTokenChar(char c) {
+  if (std::isalnum(static_cast<unsigned char>(c))) return true;
+  return std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
+}
+
 void TrimTrailing(std::string* text) {
   while (!text->empty() && (text->back() == ' ' || text->back() == '\t')) text->pop_back();
 }
@@ -74,11 +81,6 @@ RequestReader::Status RequestReader::Feed(std::string_view data, size_t* consume
     error_status_ = error == HPE_HEADER_OVERFLOW ? 431 : 400;
     return Status::kError;
   }
-  if (parser_.upgrade) {
-    // Only reached for CONNECT, which this server does not serve.
-    error_status_ = 400;
-    return Status::kError;
-  }
   return Status::kNeedMore;
 }
 
@@ -110,6 +112,12 @@ int RequestReader::OnHeaderField(http_parser* parser, const char* at, size_t len
     headers.emplace_back();
     self->in_value_ = false;
   }
+  for (size_t i = 0; i < length; ++i) {
+    if (!IsTokenChar(at[i])) {
+      self->error_status_ = 400;
+      return -1;
+    }
+  }
   headers.back().first.append(at, length);
   return 0;
 }
@@ -127,6 +135,10 @@ int RequestReader::OnHeadersComplete(http_parser* parser) {
   for (auto& [name, value] : request.headers) {
     ToLower(&name);
     TrimTrailing(&value);
+  }
+  if (parser->method == HTTP_CONNECT) {
+    self->error_status_ = 400;  // no tunnels here
+    return -1;
   }
   request.method = http_method_str(static_cast<http_method>(parser->method));
   request.http_major = parser->http_major;
