@@ -21,8 +21,9 @@ void RegisterServeCommand(CLI::App& app) {
       "Sonvik). Stops on SIGTERM or Ctrl-C after finishing the requests under way.");
   serve->add_option("--listen", options->listen, "Address and port to listen on, ADDR:PORT")
       ->capture_default_str();
-  serve->add_option("--workers", options->workers,
-                    "Worker processes MIN:MAX; the pool grows under load and shrinks when idle")
+  serve
+      ->add_option("--workers", options->workers,
+                   "Worker processes MIN:MAX; the pool grows under load and shrinks when idle")
       ->capture_default_str();
   serve->callback([options] {
     QUOR::server::ServeOptions serve_options;

@@ -33,8 +33,7 @@ std::vector<std::string> ApiCatalog::AddModule(const APIEntry* api_table,
   return unchecked;
 }
 
-ApiCatalog::Lookup ApiCatalog::Find(const std::string& api, int version,
-                                    const std::string& method,
+ApiCatalog::Lookup ApiCatalog::Find(const std::string& api, int version, const std::string& method,
                                     const MethodEntry** entry) const {
   auto first = methods_.lower_bound({api, 0});
   if (first == methods_.end() || first->first.first != api) {

@@ -17,7 +17,8 @@ std::optional<std::string> FindCookie(std::string_view header, std::string_view 
   while (!header.empty()) {
     size_t semicolon = header.find(';');
     std::string_view pair = TrimBlanks(header.substr(0, semicolon));
-    header = semicolon == std::string_view::npos ? std::string_view() : header.substr(semicolon + 1);
+    header =
+        semicolon == std::string_view::npos ? std::string_view() : header.substr(semicolon + 1);
     size_t eq = pair.find('=');
     if (eq == std::string_view::npos) continue;
     if (TrimBlanks(pair.substr(0, eq)) != name) continue;

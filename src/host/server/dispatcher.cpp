@@ -68,8 +68,8 @@ bool Dispatcher::Serve(const HttpRequest& request, int fd) {
     // Every path answers; this is the last guard against a silent connection.
     SendError(call, codes::kHandlerFailed);
   }
-  double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
-                  .count();
+  double ms =
+      std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
   std::string code = call.envelope_code > 0 ? " error " + std::to_string(call.envelope_code) : "";
   // Never the parameters: they may carry passwords, session ids or tokens.
   syslog(LOG_INFO, "access %s %s %s/%s %d%s %llu bytes %.1f ms", request.client_address.c_str(),
@@ -93,7 +93,8 @@ void Dispatcher::Route(Call& call) {
   FormError form_error = DecodeForm(request.QueryString(), &call.params);
   if (form_error == FormError::kNone && !request.body.empty()) {
     if (!IsFormBody(request.Header("content-type"))) {
-      syslog(LOG_NOTICE, "request from %s refused: body is not a form", request.client_address.c_str());
+      syslog(LOG_NOTICE, "request from %s refused: body is not a form",
+             request.client_address.c_str());
       SendError(call, codes::kMalformedRequest);
       return;
     }
@@ -241,8 +242,8 @@ void Dispatcher::AnswerLogin(Call& call) {
   QUOR::APIResponse response;
   response.SetSuccess(data);
   SendEnvelope(call, response,
-               {{"Set-Cookie", std::string(kSessionCookie) + "=" + sid +
-                                   "; Path=/; HttpOnly; SameSite=Lax"}});
+               {{"Set-Cookie",
+                 std::string(kSessionCookie) + "=" + sid + "; Path=/; HttpOnly; SameSite=Lax"}});
 }
 
 void Dispatcher::AnswerLogout(Call& call) {

@@ -49,8 +49,7 @@ constexpr std::chrono::seconds kQuickDeath{1};
 std::string PeerAddress(const sockaddr_storage& address) {
   char text[INET6_ADDRSTRLEN] = "?";
   if (address.ss_family == AF_INET) {
-    inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in&>(address).sin_addr, text,
-              sizeof(text));
+    inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in&>(address).sin_addr, text, sizeof(text));
   } else if (address.ss_family == AF_INET6) {
     inet_ntop(AF_INET6, &reinterpret_cast<const sockaddr_in6&>(address).sin6_addr, text,
               sizeof(text));

@@ -150,8 +150,7 @@ int RequestReader::OnHeadersComplete(http_parser* parser) {
     return -1;
   }
   const std::string* expect = request.Header("expect");
-  if (expect != nullptr && strcasecmp(expect->c_str(), "100-continue") == 0 &&
-      request.http11()) {
+  if (expect != nullptr && strcasecmp(expect->c_str(), "100-continue") == 0 && request.http11()) {
     self->continue_requested_ = true;
   }
   return 0;

@@ -56,8 +56,7 @@ class ResponseWriter {
  private:
   void StartBody(const CgiHeaders& headers);
   void SendBody(const char* data, size_t size);
-  bool WriteAll(std::string_view first, std::string_view second = {},
-                std::string_view third = {});
+  bool WriteAll(std::string_view first, std::string_view second = {}, std::string_view third = {});
   bool WaitWritable();
 
   int fd_;

@@ -44,8 +44,7 @@ bool SendChannelMessage(int channel, std::string_view bytes, int fd, bool dont_w
   }
 }
 
-ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, UniqueFd* fd,
-                                    bool dont_wait) {
+ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, UniqueFd* fd, bool dont_wait) {
   bytes->resize(kMaxChannelMessage);
   iovec iov{bytes->data(), bytes->size()};
   msghdr message{};
@@ -89,8 +88,7 @@ bool DecodeRequestMessage(std::string_view bytes, uint64_t* connection_id, HttpR
 }
 
 std::string EncodeReply(const ReplyMessage& reply) {
-  std::string out(reinterpret_cast<const char*>(&reply.connection_id),
-                  sizeof(reply.connection_id));
+  std::string out(reinterpret_cast<const char*>(&reply.connection_id), sizeof(reply.connection_id));
   out.push_back(reply.keep_alive ? 1 : 0);
   return out;
 }

@@ -26,8 +26,7 @@ bool SendChannelMessage(int channel, std::string_view bytes, int fd, bool dont_w
 
 enum class ReceiveResult { kMessage, kClosed, kInterrupted, kError };
 // Waits for one message; an attached descriptor lands in `*fd`.
-ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, UniqueFd* fd,
-                                    bool dont_wait);
+ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, UniqueFd* fd, bool dont_wait);
 
 struct ReplyMessage {
   uint64_t connection_id = 0;

@@ -17,8 +17,9 @@ TEST_F(DispatchTest, InfoQueryListsHostAndModuleApisWithVersions) {
   ASSERT_EQ(response.status, 200);
   EXPECT_EQ(response.Header("Content-Type").rfind("application/json", 0), 0u);
   Json::Value data = response.Json()["data"];
-  for (const char* api : {"QUOR.API.Info", "QUOR.API.Auth", kBrowse, kStream,
-                          "QUOR.Sonvik.VoiceAssistant.Info", "QUOR.Sonvik.VoiceAssistant.Challenge"}) {
+  for (const char* api :
+       {"QUOR.API.Info", "QUOR.API.Auth", kBrowse, kStream, "QUOR.Sonvik.VoiceAssistant.Info",
+        "QUOR.Sonvik.VoiceAssistant.Challenge"}) {
     EXPECT_EQ(data[api]["minVersion"].asInt(), 1) << api;
     EXPECT_EQ(data[api]["maxVersion"].asInt(), 1) << api;
   }
@@ -70,16 +71,28 @@ TEST_F(DispatchTest, EveryCheckRefusalArrivesAs120WithItsDetail) {
       {kBrowse, "search", {{"limit", "0"}, {"offset", "x"}}, "offset", "type"},
       {kBrowse, "search", {{"limit", "5001"}, {"offset", "0"}}, "limit", "condition"},
       {kBrowse, "search", {{"limit", "10"}, {"offset", "-1"}}, "offset", "condition"},
-      {kBrowse, "search", {{"limit", "10"}, {"offset", "0"}, {"sort_by", "title"}}, "sort_by",
+      {kBrowse,
+       "search",
+       {{"limit", "10"}, {"offset", "0"}, {"sort_by", "title"}},
+       "sort_by",
        "condition"},
       {kBrowse, "search", {{"offset", "0"}}, "limit", "required"},
-      {kBrowse, "search_playlist", {{"keyword", ""}, {"limit", "1"}, {"offset", "0"}}, "keyword",
+      {kBrowse,
+       "search_playlist",
+       {{"keyword", ""}, {"limit", "1"}, {"offset", "0"}},
+       "keyword",
        "condition"},
       {kBrowse, "search_playlist", {{"keyword", "x"}, {"limit", "1"}}, "offset", "required"},
-      {kBrowse, "get_playlist", {{"playlist_id", ""}, {"limit", "1"}, {"offset", "0"}},
-       "playlist_id", "condition"},
-      {kBrowse, "get_playlist", {{"playlist_id", "p"}, {"limit", "9999"}, {"offset", "0"}},
-       "limit", "condition"},
+      {kBrowse,
+       "get_playlist",
+       {{"playlist_id", ""}, {"limit", "1"}, {"offset", "0"}},
+       "playlist_id",
+       "condition"},
+      {kBrowse,
+       "get_playlist",
+       {{"playlist_id", "p"}, {"limit", "9999"}, {"offset", "0"}},
+       "limit",
+       "condition"},
   };
   auto client = LoggedInClient();
   for (const CheckCase& c : cases) {

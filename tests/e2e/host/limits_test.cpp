@@ -18,14 +18,13 @@ std::string StatusLine(const std::string& answer) { return answer.substr(0, answ
 
 TEST_F(LimitsTest, OversizedParameterIs114AndTheConnectionAndServerGoOn) {
   auto client = LoggedInClient();
-  HttpResponse big = client->Call("QUOR.Sonvik.VoiceAssistant.Browse", "search",
-                                  {{"title", std::string(5 * 1024, 'a')},
-                                   {"limit", "1"},
-                                   {"offset", "0"}});
+  HttpResponse big =
+      client->Call("QUOR.Sonvik.VoiceAssistant.Browse", "search",
+                   {{"title", std::string(5 * 1024, 'a')}, {"limit", "1"}, {"offset", "0"}});
   EXPECT_EQ(big.status, 200);
   EXPECT_EQ(big.ErrorCode(), 114);
-  HttpResponse big_post = client->CallPost("QUOR.API.Info", "query",
-                                           {{"query", std::string(5 * 1024, 'b')}});
+  HttpResponse big_post =
+      client->CallPost("QUOR.API.Info", "query", {{"query", std::string(5 * 1024, 'b')}});
   EXPECT_EQ(big_post.ErrorCode(), 114);
   // 1 KiB exactly is within the limit.
   HttpResponse at_limit =
@@ -43,8 +42,7 @@ TEST_F(LimitsTest, BrokenHeadLimitsGetTheirHttpStatusAndTheServerGoesOn) {
     const char* status_line;
   };
   const Case cases[] = {
-      {"too many fields", many_fields + "\r\n",
-       "HTTP/1.1 431 Request Header Fields Too Large"},
+      {"too many fields", many_fields + "\r\n", "HTTP/1.1 431 Request Header Fields Too Large"},
       {"head too large",
        "GET /webapi/entry HTTP/1.1\r\nX-Big: " + std::string(17 * 1024, 'h') + "\r\n\r\n",
        "HTTP/1.1 431 Request Header Fields Too Large"},

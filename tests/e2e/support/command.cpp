@@ -50,13 +50,17 @@ CommandResult RunProgram(const std::string& program, const std::vector<std::stri
     char buffer[4096];
     if (entries[0].revents != 0) {
       ssize_t got = read(out[0], buffer, sizeof(buffer));
-      if (got > 0) result.out.append(buffer, static_cast<size_t>(got));
-      else out_open = false;
+      if (got > 0)
+        result.out.append(buffer, static_cast<size_t>(got));
+      else
+        out_open = false;
     }
     if (entries[1].revents != 0) {
       ssize_t got = read(err[0], buffer, sizeof(buffer));
-      if (got > 0) result.err.append(buffer, static_cast<size_t>(got));
-      else err_open = false;
+      if (got > 0)
+        result.err.append(buffer, static_cast<size_t>(got));
+      else
+        err_open = false;
     }
     if (in[1] >= 0 && entries[2].revents != 0) {
       ssize_t put = write(in[1], input.data() + written, input.size() - written);

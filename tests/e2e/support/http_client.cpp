@@ -95,7 +95,8 @@ std::string HttpClient::EntryQuery(const std::string& api, const std::string& me
                                    const Params& params, int version) {
   std::string query = "api=" + FormEncode(api) + "&version=" + std::to_string(version) +
                       "&method=" + FormEncode(method);
-  for (const auto& [name, value] : params) query += "&" + FormEncode(name) + "=" + FormEncode(value);
+  for (const auto& [name, value] : params)
+    query += "&" + FormEncode(name) + "=" + FormEncode(value);
   return query;
 }
 

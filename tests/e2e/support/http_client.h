@@ -20,8 +20,8 @@ struct HttpResponse {
   long status = 0;          // 0 when no answer came (connection failed or closed)
   std::string status_line;  // "HTTP/1.1 200 OK"
   std::vector<std::pair<std::string, std::string>> headers;  // as received, in order
-  std::string body;         // raw bytes
-  std::string error;        // libcurl's message when status is 0
+  std::string body;                                          // raw bytes
+  std::string error;                                         // libcurl's message when status is 0
 
   // The first field named `name` (case-insensitive); empty when absent.
   std::string Header(const std::string& name) const;

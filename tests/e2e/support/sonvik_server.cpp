@@ -60,8 +60,8 @@ bool SonvikServer::Start(const std::string& workers, const std::vector<std::stri
   // The namespace's own tmpfs: nothing is left behind outside it.
   stderr_path_ = "/var/packages/.e2e-serve-" + std::to_string(port_) + ".err";
   std::string binary = SonvikBinary();
-  std::vector<std::string> args = {binary, "serve", "--listen",
-                                   "127.0.0.1:" + std::to_string(port_), "--workers", workers};
+  std::vector<std::string> args = {
+      binary, "serve", "--listen", "127.0.0.1:" + std::to_string(port_), "--workers", workers};
   args.insert(args.end(), extra_args.begin(), extra_args.end());
   std::vector<char*> argv;
   for (std::string& arg : args) argv.push_back(arg.data());

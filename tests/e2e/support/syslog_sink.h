@@ -12,7 +12,7 @@
 namespace Sonvik::e2e {
 
 struct SyslogLine {
-  int priority = 0;  // facility * 8 + severity, as sent
+  int priority = 0;   // facility * 8 + severity, as sent
   std::string ident;  // "sonvik"
   int pid = 0;
   std::string message;  // after "ident[pid]: "

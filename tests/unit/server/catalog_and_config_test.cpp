@@ -15,10 +15,8 @@ void Handler(QUOR::APIRequest*, QUOR::APIResponse*) {}
 bool Check(QUOR::APIRequest*, QUOR::APIResponse*) { return true; }
 
 const APIEntry kTable[] = {
-    {"Test.Browse", 1, "search", Handler},
-    {"Test.Browse", 2, "search", Handler},
-    {"Test.Browse", 2, "unchecked", Handler},
-    {"Test.Info", 1, "get", Handler},
+    {"Test.Browse", 1, "search", Handler},    {"Test.Browse", 2, "search", Handler},
+    {"Test.Browse", 2, "unchecked", Handler}, {"Test.Info", 1, "get", Handler},
     {nullptr, 0, nullptr, nullptr},
 };
 const APICheckEntry kChecks[] = {
@@ -44,8 +42,7 @@ TEST(ApiCatalog, LooksUpApiThenVersionThenMethod) {
             ApiCatalog::Lookup::kVersionNotSupported);
   EXPECT_EQ(catalog.Find("Test.Browse", 1, "nothing", &entry), ApiCatalog::Lookup::kNoSuchMethod);
   // A method without a check is never offered.
-  EXPECT_EQ(catalog.Find("Test.Browse", 2, "unchecked", &entry),
-            ApiCatalog::Lookup::kNoSuchMethod);
+  EXPECT_EQ(catalog.Find("Test.Browse", 2, "unchecked", &entry), ApiCatalog::Lookup::kNoSuchMethod);
   EXPECT_EQ(catalog.Find("QUOR.API.Info", 1, "query", &entry), ApiCatalog::Lookup::kFound);
   EXPECT_TRUE(entry->host_method);
   auto versions = catalog.Versions();
@@ -59,12 +56,9 @@ TEST(CgiEnvironment, HeadersBecomeVariablesWithoutCredentials) {
   request.method = "HEAD";
   request.target = "/webapi/entry?api=x&_sid=s";
   request.client_address = "127.0.0.1";
-  request.headers = {{"range", "bytes=0-99"},
-                     {"if-none-match", "\"e1\""},
-                     {"if-none-match", "\"e2\""},
-                     {"authorization", "Bearer t"},
-                     {"cookie", "sonvik_sid=s"},
-                     {"content-type", "text/plain"},
+  request.headers = {{"range", "bytes=0-99"},     {"if-none-match", "\"e1\""},
+                     {"if-none-match", "\"e2\""}, {"authorization", "Bearer t"},
+                     {"cookie", "sonvik_sid=s"},  {"content-type", "text/plain"},
                      {"x.odd", "dropped"}};
   CgiVariables variables = MakeCgiVariables(request);
   auto value = [&](const std::string& name) -> std::optional<std::string> {

@@ -72,8 +72,8 @@ TEST(RequestReader, ByteByByteGivesTheSameRequestAndStartsTheDeadlineAtTheFirstB
     RequestReader::Status status = reader.Feed(std::string_view(bytes).substr(i, 1), &consumed);
     EXPECT_EQ(consumed, 1u);
     EXPECT_TRUE(reader.started());
-    RequestReader::Status expected = i + 1 < bytes.size() ? RequestReader::Status::kNeedMore
-                                                          : RequestReader::Status::kComplete;
+    RequestReader::Status expected =
+        i + 1 < bytes.size() ? RequestReader::Status::kNeedMore : RequestReader::Status::kComplete;
     ASSERT_EQ(status, expected) << i;
   }
   EXPECT_EQ(reader.request().body, "api=x&b=1");
@@ -139,8 +139,7 @@ TEST(RequestReader, BrokenLimitsAndSyntaxGiveTheFittingStatus) {
       {"head too large",
        "GET / HTTP/1.1\r\nX-Big: " + std::string(limits::kMaxHeadBytes, 'b') + "\r\n\r\n",
        RequestReader::Status::kError, 431},
-      {"target too long",
-       "GET /" + std::string(limits::kMaxUrlBytes, 'u') + " HTTP/1.1\r\n\r\n",
+      {"target too long", "GET /" + std::string(limits::kMaxUrlBytes, 'u') + " HTTP/1.1\r\n\r\n",
        RequestReader::Status::kError, 414},
       {"declared body too large",
        "POST / HTTP/1.1\r\nContent-Length: " + std::to_string(limits::kMaxBodyBytes + 1) +
@@ -168,9 +167,9 @@ TEST(RequestReader, BrokenLimitsAndSyntaxGiveTheFittingStatus) {
 TEST(RequestReader, BodyAtTheLimitIsAccepted) {
   RequestReader reader;
   std::string body(limits::kMaxBodyBytes, 'b');
-  Result result = FeedAll(
-      reader, "POST / HTTP/1.1\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
-                  body);
+  Result result =
+      FeedAll(reader, "POST / HTTP/1.1\r\nContent-Length: " + std::to_string(body.size()) +
+                          "\r\n\r\n" + body);
   ASSERT_EQ(result.status, RequestReader::Status::kComplete);
   EXPECT_EQ(reader.request().body.size(), body.size());
 }

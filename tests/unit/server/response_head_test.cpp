@@ -49,8 +49,7 @@ TEST(BuildResponseHead, HostFramingReplacesTheHandlersOwn) {
                     {"Date", "yesterday"},
                     {"Accept-Ranges", "bytes"}};
   headers.content_length = 10;
-  std::string head =
-      BuildResponseHead(headers, {BodyFraming::kContentLength, true}, 784111777);
+  std::string head = BuildResponseHead(headers, {BodyFraming::kContentLength, true}, 784111777);
   EXPECT_EQ(head,
             "HTTP/1.1 206 Partial Content\r\n"
             "Date: Sun, 06 Nov 1994 08:49:37 GMT\r\n"
