@@ -4,12 +4,17 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <fstream>
 #include <future>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -41,6 +46,29 @@ class ChallengeLock {
  private:
   int fd_ = -1;
 };
+
+// Waits (bounded) until `count` processes are blocked waiting for the challenge lock: the kernel
+// lists each waiter in /proc/locks as "-> FLOCK ... MAJ:MIN:INODE". That is the sign a request is
+// inside a worker and stuck there.
+bool WaitForLockWaiters(size_t count) {
+  struct stat info {};
+  if (stat(kChallengeLock, &info) != 0) return false;
+  char file_id[64];
+  std::snprintf(file_id, sizeof(file_id), " %02x:%02x:%lu ", major(info.st_dev), minor(info.st_dev),
+                static_cast<unsigned long>(info.st_ino));
+  for (int i = 0; i < 2000; ++i) {
+    std::ifstream locks("/proc/locks");
+    size_t waiters = 0;
+    for (std::string line; std::getline(locks, line);) {
+      if (line.find("->") != std::string::npos && line.find(file_id) != std::string::npos) {
+        ++waiters;
+      }
+    }
+    if (waiters >= count) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
+}
 
 // Waits (bounded) until the server has at least `count` workers.
 bool WaitForWorkerCount(SonvikServer& server, size_t count) {
@@ -84,8 +112,8 @@ TEST_F(ProcessTest, KilledWorkerLosesItsConnectionAndIsReplaced) {
     HttpClient client(server().base_url());
     return client.Call(kChallenge, "get", {{"_sid", sid}});
   });
+  ASSERT_TRUE(WaitForLockWaiters(1));
   // Kill every worker: the one holding the stuck request is among them.
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
   std::vector<pid_t> before = server().WorkerPids();
   ASSERT_FALSE(before.empty());
   for (pid_t pid : before) kill(pid, SIGKILL);
@@ -113,7 +141,7 @@ TEST_F(ProcessTest, SlowRequestDoesNotStarveOthers) {
       return client.Call(kChallenge, "get", {{"_sid", sid}});
     }));
   }
-  ASSERT_TRUE(WaitForWorkerCount(server(), 3));
+  ASSERT_TRUE(WaitForLockWaiters(3));
   HttpResponse info = LoggedInClient()->Call("QUOR.Sonvik.VoiceAssistant.Info", "get");
   EXPECT_TRUE(info.Success()) << info.body;
   EXPECT_GE(server().WorkerPids().size(), 4u);
@@ -128,7 +156,7 @@ TEST_F(ProcessTest, SigtermLetsTheRequestUnderWayFinish) {
     HttpClient client(server().base_url());
     return client.Call(kChallenge, "get", {{"_sid", sid}});
   });
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  ASSERT_TRUE(WaitForLockWaiters(1));
   kill(server().pid(), SIGTERM);
   ASSERT_TRUE(syslog().WaitFor("draining"));
   // New connections are refused once draining.
