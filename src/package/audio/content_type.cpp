@@ -10,10 +10,11 @@ struct TypeByExtension {
 
 constexpr TypeByExtension kTypes[] = {
     {"mp3", "audio/mpeg"},     {"flac", "audio/flac"},      {"ogg", "audio/ogg"},
-    {"oga", "audio/ogg"},      {"opus", "audio/ogg"},       {"m4a", "audio/mp4"},
-    {"m4b", "audio/mp4"},      {"mp4", "audio/mp4"},        {"aac", "audio/aac"},
-    {"wav", "audio/wav"},      {"aif", "audio/aiff"},       {"aiff", "audio/aiff"},
-    {"aifc", "audio/aiff"},    {"wma", "audio/x-ms-wma"},   {"ape", "audio/x-ape"},
+    {"oga", "audio/ogg"},      {"opus", "audio/ogg"},       {"spx", "audio/ogg"},
+    {"m4a", "audio/mp4"},      {"m4b", "audio/mp4"},        {"mp4", "audio/mp4"},
+    {"aac", "audio/aac"},      {"wav", "audio/wav"},        {"aif", "audio/aiff"},
+    {"aiff", "audio/aiff"},    {"aifc", "audio/aiff"},      {"wma", "audio/x-ms-wma"},
+    {"asf", "audio/x-ms-wma"}, {"tta", "audio/x-tta"},      {"ape", "audio/x-ape"},
     {"wv", "audio/x-wavpack"}, {"mka", "audio/x-matroska"}, {"mpc", "audio/x-musepack"},
     {"dsf", "audio/x-dsf"},    {"jpg", "image/jpeg"},       {"jpeg", "image/jpeg"},
     {"png", "image/png"},      {"webp", "image/webp"},      {"gif", "image/gif"},

@@ -5,9 +5,10 @@
 namespace Sonvik::audio {
 
 bool IsTranscodableExtension(std::string_view path) {
-  constexpr std::string_view kExtensions[] = {"mp3",  "flac", "ogg", "oga", "opus", "m4a",
-                                              "m4b",  "mp4",  "aac", "wav", "aif",  "aiff",
-                                              "aifc", "wma",  "ape", "wv",  "mka",  "mpc"};
+  // The scanner's audio extensions; FFmpeg decodes every one of them.
+  constexpr std::string_view kExtensions[] = {"mp3", "flac", "ogg", "oga", "opus", "spx",
+                                              "m4a", "m4b",  "wav", "aif", "aiff", "aifc",
+                                              "wma", "asf",  "ape", "wv",  "mpc",  "tta"};
   char buffer[16];
   std::string_view extension = LowerExtension(path, buffer);
   for (std::string_view known : kExtensions) {

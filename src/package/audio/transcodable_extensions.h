@@ -3,7 +3,7 @@
 
 namespace Sonvik::audio {
 
-// True for the audio formats the library scanner accepts that FFmpeg can decode.
+// True for the audio formats the library scanner accepts (all of which FFmpeg decodes).
 bool IsTranscodableExtension(std::string_view path);
 
 }  // namespace Sonvik::audio

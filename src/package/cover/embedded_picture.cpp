@@ -14,6 +14,8 @@
 #include <taglib/mpegfile.h>
 #include <taglib/oggflacfile.h>
 #include <taglib/opusfile.h>
+#include <taglib/speexfile.h>
+#include <taglib/trueaudiofile.h>
 #include <taglib/vorbisfile.h>
 #include <taglib/wavfile.h>
 #include <taglib/wavpackfile.h>
@@ -142,6 +144,12 @@ std::string ReadEmbeddedPicture(const std::string& path) {
   } else if (extension == "opus") {
     TagLib::Ogg::Opus::File file(name, kNoAudioProperties);
     if (file.isValid()) FromXiph(file.tag(), choice);
+  } else if (extension == "spx") {
+    TagLib::Ogg::Speex::File file(name, kNoAudioProperties);
+    if (file.isValid()) FromXiph(file.tag(), choice);
+  } else if (extension == "tta") {
+    TagLib::TrueAudio::File file(name, kNoAudioProperties);
+    if (file.isValid()) FromId3v2(file.ID3v2Tag(), choice);
   } else if (extension == "wav") {
     TagLib::RIFF::WAV::File file(name, kNoAudioProperties);
     if (file.isValid()) FromId3v2(file.ID3v2Tag(), choice);

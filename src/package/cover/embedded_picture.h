@@ -9,8 +9,9 @@ namespace Sonvik::webapi::cover {
 inline constexpr size_t kMaxPictureBytes = 16u << 20;
 
 // The front cover if the file has one, else its first picture; empty when it has none (or the
-// file cannot be read). Formats by extension: ID3v2 APIC (MP3, WAV, AIFF), FLAC picture blocks,
-// MP4 "covr", Xiph METADATA_BLOCK_PICTURE (Ogg Vorbis, Opus, Ogg FLAC), APE "Cover Art (Front)"
+// file cannot be read). Formats by extension: ID3v2 APIC (MP3, WAV, AIFF, TTA), FLAC picture
+// blocks, MP4 "covr", Xiph METADATA_BLOCK_PICTURE (Ogg Vorbis, Opus, Speex, Ogg FLAC), APE
+// "Cover Art (Front)"
 // (APE, WavPack, Musepack) and ASF WM/Picture (WMA).
 std::string ReadEmbeddedPicture(const std::string& path);
 
