@@ -1,0 +1,112 @@
+#include "bench_process.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+namespace Sonvik::bench {
+namespace {
+
+std::vector<char*> Argv(std::vector<std::string>& args) {
+  std::vector<char*> argv;
+  for (std::string& arg : args) argv.push_back(arg.data());
+  argv.push_back(nullptr);
+  return argv;
+}
+
+std::string ReadAll(int fd) {
+  std::string text;
+  char buffer[4096];
+  ssize_t n;
+  while ((n = ::read(fd, buffer, sizeof(buffer))) > 0) text.append(buffer, static_cast<size_t>(n));
+  return text;
+}
+
+}  // namespace
+
+std::string RunOrDie(const std::vector<std::string>& args, const std::string& input) {
+  std::vector<std::string> copy = args;
+  std::vector<char*> argv = Argv(copy);
+  int in_pipe[2], out_pipe[2], err_pipe[2];
+  if (::pipe(in_pipe) != 0 || ::pipe(out_pipe) != 0 || ::pipe(err_pipe) != 0) std::exit(2);
+  pid_t pid = ::fork();
+  if (pid == 0) {
+    ::dup2(in_pipe[0], 0);
+    ::dup2(out_pipe[1], 1);
+    ::dup2(err_pipe[1], 2);
+    for (int fd : {in_pipe[0], in_pipe[1], out_pipe[0], out_pipe[1], err_pipe[0], err_pipe[1]}) {
+      ::close(fd);
+    }
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+  }
+  ::close(in_pipe[0]);
+  ::close(out_pipe[1]);
+  ::close(err_pipe[1]);
+  if (!input.empty() && ::write(in_pipe[1], input.data(), input.size()) < 0) std::exit(2);
+  ::close(in_pipe[1]);
+  // Commands here write little on stderr; reading stdout first cannot dead-lock on it.
+  std::string out = ReadAll(out_pipe[0]);
+  std::string err = ReadAll(err_pipe[0]);
+  ::close(out_pipe[0]);
+  ::close(err_pipe[0]);
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    std::cerr << "command failed: " << args[0];
+    for (size_t i = 1; i < args.size(); ++i) std::cerr << " " << args[i];
+    std::cerr << "\n" << err << out;
+    std::exit(1);
+  }
+  return out;
+}
+
+BackgroundProcess::BackgroundProcess(const std::vector<std::string>& args,
+                                     const std::string& log_path) {
+  std::vector<std::string> copy = args;
+  std::vector<char*> argv = Argv(copy);
+  pid_ = ::fork();
+  if (pid_ == 0) {
+    int log = ::open(log_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    int null = ::open("/dev/null", O_RDONLY);
+    ::dup2(null, 0);
+    ::dup2(log, 1);
+    ::dup2(log, 2);
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+  }
+}
+
+BackgroundProcess::~BackgroundProcess() {
+  if (pid_ <= 0) return;
+  ::kill(pid_, SIGTERM);
+  int status = 0;
+  ::waitpid(pid_, &status, 0);
+}
+
+int FreePort() {
+  int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+  socklen_t length = sizeof(address);
+  ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+  ::close(fd);
+  return ntohs(address.sin_port);
+}
+
+double Now() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace Sonvik::bench

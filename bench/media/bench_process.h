@@ -1,0 +1,33 @@
+#pragma once
+// Child processes of the benchmark: commands run to completion, and servers in the background.
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace Sonvik::bench {
+
+// Runs `args` (args[0] an absolute path) with `input` on stdin; exits the benchmark with the
+// command's stderr when it fails. Answers its stdout.
+std::string RunOrDie(const std::vector<std::string>& args, const std::string& input = "");
+
+// A process started in the background with stdout and stderr into `log_path`; SIGTERM and
+// wait on destruction.
+class BackgroundProcess {
+ public:
+  BackgroundProcess(const std::vector<std::string>& args, const std::string& log_path);
+  ~BackgroundProcess();
+  BackgroundProcess(const BackgroundProcess&) = delete;
+  BackgroundProcess& operator=(const BackgroundProcess&) = delete;
+
+ private:
+  pid_t pid_ = -1;
+};
+
+// A loopback TCP port nothing listens on now.
+int FreePort();
+
+// Seconds since an arbitrary start, monotonic.
+double Now();
+
+}  // namespace Sonvik::bench
