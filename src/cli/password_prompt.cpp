@@ -36,7 +36,6 @@ class Terminal {
   Terminal& operator=(const Terminal&) = delete;
 
   std::string AskWithoutEcho(const char* prompt) {
-    Write(prompt);
     termios mode{};
     bool can_hide = ::tcgetattr(fd_, &mode) == 0;
     if (can_hide) {
@@ -47,11 +46,14 @@ class Terminal {
       termios quiet = mode;
       quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
       quiet.c_lflag |= ECHONL;
+      // Echo goes off before the prompt shows, so nothing typed after the prompt is echoed or
+      // flushed away.
       ::tcsetattr(fd_, TCSAFLUSH, &quiet);
     }
+    Write(prompt);
     std::string line = ReadLine();
     if (can_hide) {
-      ::tcsetattr(fd_, TCSAFLUSH, &mode);
+      ::tcsetattr(fd_, TCSANOW, &mode);
       ::signal(SIGINT, SIG_DFL);
       ::signal(SIGTERM, SIG_DFL);
     }
