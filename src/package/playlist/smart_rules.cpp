@@ -288,6 +288,7 @@ std::optional<SmartPlaylistFile> ParseSmartPlaylistFile(std::string_view text,
   Json::CharReaderBuilder builder;
   builder["collectComments"] = false;
   builder["rejectDupKeys"] = true;
+  builder["failIfExtra"] = true;
   std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   Json::Value root;
   std::string errors;

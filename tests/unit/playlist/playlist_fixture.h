@@ -51,9 +51,9 @@ class PlaylistDatabaseTest : public ::testing::Test {
     bob_ = {kBobUid, "bob", std::string(paths::kUsersDir) + "/bob"};
     std::filesystem::create_directories(alice_.preference_dir);
     std::filesystem::create_directories(bob_.preference_dir);
-    shared_library_ = InsertLibrary("/music", 0, "", true);
-    alice_library_ = InsertLibrary("/home/alice/music", kAliceUid, "alice", true);
-    bob_library_ = InsertLibrary("/home/bob/music", kBobUid, "bob", false);
+    shared_library_ = InsertLibrary("/var/packages/music", 0, "", true);
+    alice_library_ = InsertLibrary("/var/packages/home/alice", kAliceUid, "alice", true);
+    bob_library_ = InsertLibrary("/var/packages/home/bob", kBobUid, "bob", false);
     Sonvik::testing::ClearCapturedLog();
   }
   void TearDown() override { Sonvik::library::CloseProcessLibraryDatabase(); }

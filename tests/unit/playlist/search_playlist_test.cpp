@@ -256,8 +256,8 @@ TEST_F(SearchPlaylistTest, GetPlaylistForEachKind) {
 TEST_F(SearchPlaylistTest, IdsThatCouldNameFilesAreRefusedUnread) {
   // A playlist file outside the playlists folder, and one inside under another name.
   const int64_t track = AddSharedTrack("Secret");
-  WriteFile(bob_.preference_dir + "/secret.m3u8", "/music/Secret.flac\n");
-  WriteFile("/var/packages/Sonvik/secret.m3u8", "/music/Secret.flac\n");
+  WriteFile(bob_.preference_dir + "/secret.m3u8", "/var/packages/music/Secret.flac\n");
+  WriteFile("/var/packages/Sonvik/secret.m3u8", "/var/packages/music/Secret.flac\n");
   PlaylistEditor(Db(), Owner(bob_)).Create("inside");
   PlaylistEditor(Db(), Owner(bob_)).Add("inside", {track});
 
