@@ -66,9 +66,14 @@ QUOR::LoginInfo LoginFor(const std::string& user_name) {
 }
 
 std::string EngineFailure(const search::SearchDBManager& engine) {
-  return "the search engine failed (error " + std::to_string(engine.error) + ", web-API code " +
-         std::to_string(SearchErrorToWebapiError(engine.error)) +
-         "); the system log has the details";
+  const std::string codes = "(error " + std::to_string(engine.error) + ", web-API code " +
+                            std::to_string(SearchErrorToWebapiError(engine.error)) + ")";
+  if (engine.error == search::SEARCH_ERROR_BAD_CONDITION) {
+    return "nothing to search for " + codes + ": the keywords hold no letter or digit";
+  }
+  return "the search engine failed " + codes +
+         "; the system log says why (is the library database readable? run 'sonvik init' or "
+         "run as root)";
 }
 
 void RunSearch(const SearchArguments& args) {
