@@ -27,11 +27,11 @@ void Exec(sqlite3* db, const char* sql) {
 // Music folders. owner_uid 0 is a shared folder (several allowed, one row per path); any other
 // uid is that user's personal folder (at most one per user), shown only while enabled.
 // Tracks: one row per audio file (virtual_index 0) or per CUE sheet entry over a file
-// (virtual_index = the entry's number, start_ms/end_ms its place, end_ms 0 = end of file,
-// sheet_path the .cue it came from). mtime_ns is nanoseconds since the epoch: with size it
-// tells the scanner whether a file changed.
-// cue_sheets and playlist_files remember the sheets and .m3u/.m3u8 files seen, with their size and
-// mtime, so that a rescan notices when they change or vanish.
+// (virtual_index = the entry's number, start_ms/end_ms its place, end_ms 0 = end of file).
+// size and mtime_ns (nanoseconds since the epoch) tell the scanner whether a file changed; a
+// virtual track also keeps its sheet's path, size and mtime, so that each row alone says whether
+// it is still current.
+// playlist_files remembers the .m3u/.m3u8 files seen, for the shared playlists made from them.
 void CreateLibraryTables(sqlite3* db) {
   Exec(db, R"sql(
     CREATE TABLE libraries (
@@ -68,17 +68,11 @@ void CreateLibraryTables(sqlite3* db) {
       start_ms INTEGER NOT NULL DEFAULT 0,
       end_ms INTEGER NOT NULL DEFAULT 0,
       sheet_path TEXT,
+      sheet_size INTEGER NOT NULL DEFAULT 0,
+      sheet_mtime_ns INTEGER NOT NULL DEFAULT 0,
       UNIQUE (path, virtual_index)
     );
     CREATE INDEX tracks_by_library ON tracks (library_id);
-
-    CREATE TABLE cue_sheets (
-      id INTEGER PRIMARY KEY,
-      library_id INTEGER NOT NULL REFERENCES libraries (id),
-      path TEXT NOT NULL UNIQUE,
-      size INTEGER NOT NULL,
-      mtime_ns INTEGER NOT NULL
-    );
 
     CREATE TABLE playlist_files (
       id INTEGER PRIMARY KEY,
@@ -104,7 +98,7 @@ struct MigrationStep {
 };
 
 constexpr MigrationStep kMigrationSteps[] = {
-    {"libraries, tracks, cue sheets, playlist files", CreateLibraryTables},
+    {"libraries, tracks, playlist files", CreateLibraryTables},
     {"voice-matching search index", CreateSearchIndex},
     {"playlists and their items", playlist::CreatePlaylistTables},
 };
