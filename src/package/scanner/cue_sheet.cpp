@@ -1,7 +1,10 @@
 #include "package/scanner/cue_sheet.h"
 
+#include <fcntl.h>
 #include <libcue.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <memory>
 #include <mutex>
 
@@ -29,6 +32,31 @@ int LeadingYear(const char* text) {
   return year;
 }
 
+// libcue reports syntax errors by printing them to stderr, character by character; the scanner
+// reports a bad sheet itself, once. Silences fd 2 for the lifetime of the object.
+class StderrSilenced {
+ public:
+  StderrSilenced() {
+    std::fflush(stderr);
+    saved_ = dup(STDERR_FILENO);
+    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (saved_ >= 0 && null >= 0) dup2(null, STDERR_FILENO);
+    if (null >= 0) close(null);
+  }
+  ~StderrSilenced() {
+    std::fflush(stderr);
+    if (saved_ >= 0) {
+      dup2(saved_, STDERR_FILENO);
+      close(saved_);
+    }
+  }
+  StderrSilenced(const StderrSilenced&) = delete;
+  StderrSilenced& operator=(const StderrSilenced&) = delete;
+
+ private:
+  int saved_ = -1;
+};
+
 std::mutex& ParserMutex() {
   static std::mutex mutex;
   return mutex;
@@ -41,6 +69,7 @@ std::optional<CueSheet> ParseCueSheet(const std::string& raw_text, std::string* 
   std::unique_ptr<Cd, decltype(&cd_delete)> cd(nullptr, &cd_delete);
   {
     std::lock_guard lock(ParserMutex());
+    StderrSilenced quiet;
     cd.reset(cue_parse_string(text.c_str()));
   }
   if (cd == nullptr) {
