@@ -6,29 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "package/search/voice_fold.h"
 #include "package/sqlite/error.h"
 
 namespace Sonvik::playlist {
 namespace {
-
-// Placeholder until the search index's folding lands: ASCII case only, tokens at every byte
-// that is not an ASCII letter or digit.
-std::vector<std::string> FoldedTokens(std::string_view text) {
-  std::vector<std::string> tokens;
-  std::string current;
-  for (char c : text) {
-    if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')) {
-      current += c;
-    } else if (c >= 'A' && c <= 'Z') {
-      current += static_cast<char>(c - 'A' + 'a');
-    } else if (!current.empty()) {
-      tokens.push_back(std::move(current));
-      current.clear();
-    }
-  }
-  if (!current.empty()) tokens.push_back(std::move(current));
-  return tokens;
-}
 
 // A folded text: its tokens written without separators, and where each token starts.
 struct FoldedText {
@@ -38,7 +20,7 @@ struct FoldedText {
 
 FoldedText Fold(std::string_view text) {
   FoldedText folded;
-  for (const std::string& token : FoldedTokens(text)) {
+  for (const std::string& token : search::VoiceFold(text)) {
     folded.starts.push_back(folded.joined.size());
     folded.joined += token;
   }

@@ -149,6 +149,11 @@ TEST(VoiceTextMatch, TokenBoundaries) {
   EXPECT_TRUE(VoiceTextMatches("Don't Stop", "don t", VoiceMatchMode::kStartsWith));
   EXPECT_TRUE(VoiceTextMatches("anything", "", VoiceMatchMode::kContains));
   EXPECT_FALSE(VoiceTextMatches("anything", "", VoiceMatchMode::kSame));
+  // The search engine's fold: accents, spelled words, numbers.
+  EXPECT_TRUE(VoiceTextMatches("Motörhead", "motorhead", VoiceMatchMode::kSame));
+  EXPECT_TRUE(VoiceTextMatches("R.E.M.", "R E M", VoiceMatchMode::kSame));
+  EXPECT_TRUE(VoiceTextMatches("Rocky IV Theme", "rocky 4", VoiceMatchMode::kStartsWith));
+  EXPECT_TRUE(VoiceTextMatches("Guns N' Roses", "guns and roses", VoiceMatchMode::kSame));
 }
 
 }  // namespace
