@@ -4,14 +4,18 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <dirent.h>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
+#include <sstream>
 
 namespace Sonvik::bench {
 namespace {
@@ -68,6 +72,55 @@ std::string RunOrDie(const std::vector<std::string>& args, const std::string& in
     std::exit(1);
   }
   return out;
+}
+
+double RunAndMeasureCpu(const std::vector<std::string>& args) {
+  std::vector<std::string> copy = args;
+  std::vector<char*> argv = Argv(copy);
+  pid_t pid = ::fork();
+  if (pid == 0) {
+    int null = ::open("/dev/null", O_RDWR);
+    ::dup2(null, 0);
+    ::dup2(null, 1);
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+  }
+  int status = 0;
+  rusage usage{};
+  ::wait4(pid, &status, 0, &usage);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    std::cerr << "command failed: " << args[0] << "\n";
+    std::exit(1);
+  }
+  auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec / 1e6; };
+  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+double ProcessTreeCpuSeconds(pid_t pid) {
+  const double ticks = static_cast<double>(::sysconf(_SC_CLK_TCK));
+  double total = 0;
+  DIR* proc = ::opendir("/proc");
+  if (proc == nullptr) return 0;
+  while (const dirent* entry = ::readdir(proc)) {
+    if (entry->d_name[0] < '0' || entry->d_name[0] > '9') continue;
+    std::ifstream stat(std::string("/proc/") + entry->d_name + "/stat");
+    std::string line;
+    std::getline(stat, line);
+    // Fields after the command (in parentheses): state ppid ... utime (14) stime (15).
+    size_t close = line.rfind(')');
+    if (close == std::string::npos) continue;
+    std::istringstream fields(line.substr(close + 2));
+    std::string field;
+    std::vector<std::string> values;
+    while (fields >> field) values.push_back(field);
+    if (values.size() < 13) continue;
+    pid_t self = std::atoi(entry->d_name);
+    pid_t parent = std::atoi(values[1].c_str());
+    if (self != pid && parent != pid) continue;
+    total += (std::atof(values[11].c_str()) + std::atof(values[12].c_str())) / ticks;
+  }
+  ::closedir(proc);
+  return total;
 }
 
 BackgroundProcess::BackgroundProcess(const std::vector<std::string>& args,

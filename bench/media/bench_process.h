@@ -11,6 +11,12 @@ namespace Sonvik::bench {
 // command's stderr when it fails. Answers its stdout.
 std::string RunOrDie(const std::vector<std::string>& args, const std::string& input = "");
 
+// Runs `args` to completion like RunOrDie and answers the CPU seconds (user + system) it used.
+double RunAndMeasureCpu(const std::vector<std::string>& args);
+
+// CPU seconds (user + system) used so far by process `pid` and its direct children.
+double ProcessTreeCpuSeconds(pid_t pid);
+
 // A process started in the background with stdout and stderr into `log_path`; SIGTERM and
 // wait on destruction.
 class BackgroundProcess {
@@ -19,6 +25,8 @@ class BackgroundProcess {
   ~BackgroundProcess();
   BackgroundProcess(const BackgroundProcess&) = delete;
   BackgroundProcess& operator=(const BackgroundProcess&) = delete;
+
+  pid_t pid() const { return pid_; }
 
  private:
   pid_t pid_ = -1;

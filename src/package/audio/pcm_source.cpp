@@ -65,7 +65,10 @@ PcmSource::PcmSource(const std::string& path) {
   Check(avcodec_parameters_to_context(decoder_.get(), stream_->codecpar), "decoder parameters");
   decoder_->pkt_timebase = stream_->time_base;
   decoder_->max_samples = kMaxSamplesPerFrame;
-  decoder_->thread_count = 1;
+  // Decoding runs a frame ahead on a second thread, beside the encoder, as the ffmpeg command
+  // line does; never more than that, so one request cannot take over the machine.
+  decoder_->thread_count = 2;
+  decoder_->thread_type = FF_THREAD_FRAME;
   Check(avcodec_open2(decoder_.get(), codec, nullptr), "open decoder");
   frame_ = ffmpeg::MakeFrame();
   packet_ = ffmpeg::MakePacket();
