@@ -40,7 +40,7 @@ std::string ScanStatusLine(const scanner::ScanProgress& progress, double reading
 std::string ScanSummaryLine(const scanner::ScanSummary& s) {
   const double rate = s.seconds > 0 ? static_cast<double>(s.files) / s.seconds : 0;
   return Format(
-      "Scanned %lld audio files in %.2f s (%.0f files/s): %lld read, %lld unchanged, "
+      "Scanned %lld audio files in %.3f s (%.0f files/s): %lld read, %lld unchanged, "
       "%lld unreadable; tracks %lld added, %lld updated, %lld removed; %lld playlist files",
       static_cast<long long>(s.files), s.seconds, rate, static_cast<long long>(s.read),
       static_cast<long long>(s.unchanged), static_cast<long long>(s.unreadable),
