@@ -1,4 +1,5 @@
-// `sonvik scan [--full]`: reads the music folders into the library database.
+// `sonvik scan [--full]`: reads the music folders into the library database, then makes shared
+// playlists of the .m3u/.m3u8 files found.
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include "cli/scan_progress_text.h"
 #include "package/library/service_account_files.h"
 #include "package/paths.h"
+#include "package/playlist/m3u_import.h"
 #include "package/scanner/library_scanner.h"
 #include "package/scanner/scan_lock.h"
 #include "package/sqlite/statement.h"
@@ -56,6 +58,15 @@ void RunScan(bool full) {
       });
   line.Stop();
   std::printf("%s\n", ScanSummaryLine(summary).c_str());
+
+  // The .m3u/.m3u8 files just noted become shared playlists.
+  const playlist::ImportReport imported = playlist::ImportM3uPlaylists(db);
+  for (const std::string& problem : imported.problems) {
+    std::fprintf(stderr, "sonvik scan: playlist %s\n", problem.c_str());
+  }
+  if (imported.imported > 0) {
+    std::printf("Imported %d shared playlist(s) from playlist files.\n", imported.imported);
+  }
 }
 
 }  // namespace
