@@ -10,8 +10,8 @@ if [[ $(id -u) -ne 0 ]]; then
 fi
 
 bash scripts/install-deps.sh
-cmake -S . -B build-run -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build build-run -j"$(nproc)"
+cmake -S . -B build-run -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF >/dev/null
+cmake --build build-run -j"$(nproc)" --target sonvik
 sonvik=$PWD/build-run/bin/sonvik
 
 "$sonvik" init
