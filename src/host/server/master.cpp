@@ -45,6 +45,11 @@ constexpr std::chrono::seconds kDrainTime{10};
 constexpr std::chrono::seconds kIdleWorkerTime{10};
 // Workers that die this soon after starting are failing to start; respawns slow down.
 constexpr std::chrono::seconds kQuickDeath{1};
+// The pool grows only for requests that have waited this long for a worker: short requests
+// free a worker sooner than a new one would start, and a smaller pool stays in the caches. A
+// long request (a song streaming to a slow client) holds its worker, and the requests behind it
+// soon pass this wait.
+constexpr std::chrono::milliseconds kGrowAfterWait{2};
 
 std::string PeerAddress(const sockaddr_storage& address) {
   char text[INET6_ADDRSTRLEN] = "?";
@@ -131,6 +136,12 @@ int Master::NextTimeoutMs() const {
   auto next = now + std::chrono::seconds(1);
   if (!deadlines_.empty() && deadlines_.begin()->first < next) next = deadlines_.begin()->first;
   if (draining_ && drain_deadline_ < next) next = drain_deadline_;
+  if (!queue_.empty()) {
+    auto front = connections_.find(queue_.front());
+    if (front != connections_.end() && front->second->queued_at + kGrowAfterWait < next) {
+      next = front->second->queued_at + kGrowAfterWait;
+    }
+  }
   if (next <= now) return 0;
   auto ms = std::chrono::ceil<std::chrono::milliseconds>(next - now).count();
   return static_cast<int>(ms);
@@ -242,6 +253,7 @@ void Master::Dispatch(Connection& connection) {
   Watch(connection, false);
   ClearDeadline(connection);
   connection.state = ConnectionState::kQueued;
+  connection.queued_at = Clock::now();
   connection.reader.request().client_address = connection.client_address;
   queue_.push_back(connection.id);
   AssignQueued();
@@ -419,7 +431,12 @@ void Master::ReapWorkers() {
       CloseConnection(worker.connection_id);
     }
     auto started = started_at_.find(pid);
-    if (failed && started != started_at_.end() && Clock::now() - started->second < kQuickDeath) {
+    // SIGKILL and SIGTERM come from outside (an operator, the OOM killer); they say nothing
+    // about whether a new worker can start.
+    bool killed_from_outside =
+        WIFSIGNALED(status) && (WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGTERM);
+    if (failed && !killed_from_outside && started != started_at_.end() &&
+        Clock::now() - started->second < kQuickDeath) {
       if (++quick_deaths_ >= 5) spawn_blocked_until_ = Clock::now() + std::chrono::seconds(1);
     } else {
       quick_deaths_ = 0;
@@ -440,22 +457,29 @@ int Master::ActiveWorkers() const {
   return active;
 }
 
+int Master::OverdueRequests(Clock::time_point now) const {
+  int overdue = 0;
+  for (uint64_t id : queue_) {
+    auto it = connections_.find(id);
+    if (it != connections_.end() && now - it->second->queued_at >= kGrowAfterWait) ++overdue;
+  }
+  return overdue;
+}
+
 void Master::MaintainPool() {
   if (draining_) return;
   auto now = Clock::now();
-  if (now < spawn_blocked_until_) return;
-  int active = ActiveWorkers();
-  int idle = 0;
-  for (const auto& [pid, worker] : workers_) {
-    if (worker.state == WorkerState::kIdle) ++idle;
-  }
-  while (active < pool_.min_workers ||
-         (static_cast<int>(queue_.size()) > idle && active < pool_.max_workers)) {
-    SpawnWorker();
-    ++active;
-    ++idle;
-  }
   AssignQueued();
+  int active = ActiveWorkers();
+  if (now >= spawn_blocked_until_) {
+    int overdue = OverdueRequests(now);
+    while (active < pool_.min_workers || (overdue > 0 && active < pool_.max_workers)) {
+      if (!SpawnWorker()) break;
+      ++active;
+      --overdue;
+    }
+    AssignQueued();
+  }
   if (now < next_pool_check_) return;
   next_pool_check_ = now + std::chrono::seconds(1);
   // Shrink one at a time, so a burst that comes back finds most of the pool still there.
@@ -469,14 +493,14 @@ void Master::MaintainPool() {
   }
 }
 
-void Master::SpawnWorker() {
+bool Master::SpawnWorker() {
   UniqueFd master_end, worker_end;
   MakeChannelPair(&master_end, &worker_end);
   pid_t pid = fork();
   if (pid < 0) {
     syslog(LOG_ERR, "cannot start a worker: %s", std::strerror(errno));
     spawn_blocked_until_ = Clock::now() + std::chrono::seconds(1);
-    return;
+    return false;
   }
   if (pid == 0) {
     // The worker keeps nothing of the master's but its channel: no listener, no client
@@ -494,6 +518,7 @@ void Master::SpawnWorker() {
                Tag(kWorkerKind, static_cast<uint64_t>(pid)));
   started_at_[pid] = Clock::now();
   workers_.emplace(pid, std::move(worker));
+  return true;
 }
 
 void Master::RetireWorker(Worker& worker) {

@@ -54,6 +54,7 @@ class Master {
     Phase phase = Phase::kHead;
     Clock::time_point deadline{};
     bool has_deadline = false;
+    Clock::time_point queued_at{};
     bool watched = false;  // in the epoll set
   };
   enum class WorkerState { kIdle, kBusy, kRetiring };
@@ -78,7 +79,7 @@ class Master {
   void CloseConnection(uint64_t id);
   void ReapWorkers();
   void MaintainPool();
-  void SpawnWorker();
+  bool SpawnWorker();  // false when fork failed (spawning pauses for a moment)
   void RetireWorker(Worker& worker);
   void StartDrain();
   void ExpireDeadlines();
@@ -86,6 +87,7 @@ class Master {
   void ClearDeadline(Connection& connection);
   void Watch(Connection& connection, bool on);
   int ActiveWorkers() const;
+  int OverdueRequests(Clock::time_point now) const;
   int NextTimeoutMs() const;
 
   UniqueFd listener_;

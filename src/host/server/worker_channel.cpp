@@ -45,8 +45,10 @@ bool SendChannelMessage(int channel, std::string_view bytes, int fd, bool dont_w
 }
 
 ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, UniqueFd* fd, bool dont_wait) {
-  bytes->resize(kMaxChannelMessage);
-  iovec iov{bytes->data(), bytes->size()};
+  // One buffer for the process's whole life: zero-filling 128 KiB per message would cost more
+  // than the message. Master and worker are single-threaded.
+  static char* const buffer = new char[kMaxChannelMessage];
+  iovec iov{buffer, kMaxChannelMessage};
   msghdr message{};
   message.msg_iov = &iov;
   message.msg_iovlen = 1;
@@ -54,8 +56,8 @@ ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, UniqueFd* f
   message.msg_control = control;
   message.msg_controllen = sizeof(control);
   ssize_t received = recvmsg(channel, &message, MSG_CMSG_CLOEXEC | (dont_wait ? MSG_DONTWAIT : 0));
+  bytes->clear();
   if (received < 0) {
-    bytes->clear();
     return errno == EINTR || errno == EAGAIN ? ReceiveResult::kInterrupted : ReceiveResult::kError;
   }
   for (cmsghdr* header = CMSG_FIRSTHDR(&message); header != nullptr;
@@ -66,11 +68,8 @@ ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, UniqueFd* f
       fd->Reset(passed);
     }
   }
-  if (received == 0) {
-    bytes->clear();
-    return ReceiveResult::kClosed;
-  }
-  bytes->resize(static_cast<size_t>(received));
+  if (received == 0) return ReceiveResult::kClosed;
+  bytes->assign(buffer, static_cast<size_t>(received));
   if ((message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0) return ReceiveResult::kError;
   return ReceiveResult::kMessage;
 }

@@ -138,6 +138,23 @@ TEST_F(DispatchTest, HeadAnswersHeadersWithoutBody) {
   EXPECT_TRUE(client->Call("QUOR.API.Info", "query").Success());
 }
 
+TEST_F(DispatchTest, RawHandlerOutputBecomesTheHttpAnswerWithoutEnvelope) {
+  auto client = LoggedInClient();
+  // No such track: the stream handler answers with its own 404 header block.
+  HttpResponse missing = client->Call(kStream, "stream", {{"track_id", "999999"}});
+  EXPECT_EQ(missing.status_line, "HTTP/1.1 404 Not Found");
+  EXPECT_EQ(missing.body.find("success"), std::string::npos) << missing.body;
+  EXPECT_FALSE(missing.Header("Date").empty());
+  HttpResponse head = client->Head(
+      "/webapi/entry?" +
+      HttpClient::EntryQuery(kStream, "stream", {{"track_id", "999999"}, {"_sid", Sid()}}, 1));
+  EXPECT_EQ(head.status, 404);
+  EXPECT_TRUE(head.body.empty());
+  // The framing was kept: the same connection serves the next request.
+  EXPECT_TRUE(client->Call("QUOR.Sonvik.VoiceAssistant.Info", "get").Success());
+  EXPECT_TRUE(syslog().WaitFor("GET QUOR.Sonvik.VoiceAssistant.Stream/stream 404 "));
+}
+
 TEST_F(DispatchTest, EachRequestLeavesAnAccessLineWithoutSecrets) {
   std::string sid;
   auto client = LoggedInClient(&sid);
