@@ -98,8 +98,8 @@ void RunSearch(const SearchArguments& args) {
   setting.sort_by = SortByStringToSortBy(args.sort);
   const bool ok = handler.Search(setting);
 
-  std::cout << "Searching as "
-            << (login.uid == 0 ? "nobody (shared libraries only)" : login.user_name)
+  std::cout << (login.uid == 0 ? std::string("Searching the shared libraries (no --user)")
+                               : "Searching as " + login.user_name)
             << ", sorted by " << args.sort << ", offset " << args.offset << ", limit " << args.limit
             << "\n";
   const search::SearchPolicy& policy = handler.search_policy();
