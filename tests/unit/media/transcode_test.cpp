@@ -305,6 +305,48 @@ TEST_F(TranscodeTest, RefusalsWriteNothing) {
   EXPECT_EQ(QUORAudioTranscodeSong(nullptr, "mp3", 0, 0, 128000), -1);
 }
 
+// Whatever a damaged file holds, an answer either never starts or carries exactly the bytes it
+// announced, in whole frames.
+TEST_F(TranscodeTest, DamagedFilesKeepTheAnnouncedLength) {
+  const std::string flac = ReadFile(source_);
+  std::string mp3_path = dir_ + "/tone.mp3";
+  ASSERT_TRUE(MakeAudio(mp3_path, 10, 44100, 2, kBurstSeconds));
+  const std::string mp3 = ReadFile(mp3_path);
+  std::string lying_wav =
+      std::string("RIFF\xFF\xFF\xFF\x7FWAVEfmt ", 16) +
+      std::string("\x10\0\0\0\x01\0\x02\0\x44\xAC\0\0\x10\xB1\x02\0\x04\0\x10\0", 20) +
+      std::string("data\xF0\xFF\xFF\x7F", 8) + PatternBytes(44100 * 4);
+  struct Case {
+    const char* name;
+    std::string bytes;
+    bool must_answer;
+  };
+  std::string holed = flac;
+  holed.replace(holed.size() / 2, 4096, PatternBytes(4096));
+  std::string holed_mp3 = mp3;
+  holed_mp3.replace(mp3.size() / 3, 20000, std::string(20000, '\0'));
+  const Case cases[] = {
+      {"half.flac", flac.substr(0, flac.size() / 2), true}, {"holed.flac", holed, true},
+      {"head_only.flac", flac.substr(0, 8192), false},      {"holed.mp3", holed_mp3, true},
+      {"half.mp3", mp3.substr(0, mp3.size() / 2), false},   {"lying.wav", lying_wav, false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::string path = dir_ + "/" + c.name;
+    WriteFile(path, c.bytes);
+    Answer answer = Transcode(MakeRecord(1, path));
+    if (answer.result != 0) {
+      EXPECT_FALSE(c.must_answer);
+      EXPECT_EQ(answer.head + answer.body, "");
+      continue;
+    }
+    uint64_t length = std::stoull(Header(answer.head, "Content-Length"));
+    EXPECT_EQ(answer.body.size(), length);
+    EXPECT_EQ(length % 384, 0u);
+    ExpectFrames(answer.body, 0);
+  }
+}
+
 TEST_F(TranscodeTest, StopsWhenThePeerLeaves) {
   QUOR::SetOutputWantedHook(OutputWanted);
   g_output_wanted = false;
