@@ -81,6 +81,21 @@ TEST_F(StreamTest, MissingFileAndFolderAnswer404) {
   }
   Expect404(Stream("stream", 999999));
   EXPECT_TRUE(syslog().WaitFor("stream_handler:29 Failed to get track info by id 999999"));
+
+  // The raw answer: the module's two header lines become the status line and one field.
+  RawConnection raw(server().port());
+  ASSERT_TRUE(raw.connected());
+  ASSERT_TRUE(raw.Send(
+      "GET /webapi/entry?" +
+      HttpClient::EntryQuery(
+          kStream, "stream",
+          {{"track_id", std::to_string(TrackId(Path("gone/deleted.mp3")))}, {"_sid", Sid()}}, 1) +
+      " HTTP/1.1\r\nHost: test\r\nConnection: close\r\n\r\n"));
+  std::string answer = raw.ReadUntilClosed();
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 404 Not Found\r\n"));
+  EXPECT_THAT(answer, ::testing::HasSubstr("\r\nCache-control: no-store\r\n"));
+  EXPECT_THAT(answer, ::testing::Not(::testing::HasSubstr("Accept-Ranges")));
+  EXPECT_THAT(answer, ::testing::EndsWith("\r\n\r\n"));
 }
 
 TEST_F(StreamTest, VirtualTrackIsItsSegmentAsWav) {
