@@ -249,7 +249,6 @@ void PcmSource::Convert(const AVFrame* frame) {
     SetUpResampler(frame);
   }
   const int input_samples = frame == nullptr ? 0 : frame->nb_samples;
-  std::vector<uint8_t> buffer;
   uint8_t* planes[AV_NUM_DATA_POINTERS] = {};
   while (true) {
     int capacity = swr_get_out_samples(resampler_.get(), input_samples);
@@ -257,8 +256,8 @@ void PcmSource::Convert(const AVFrame* frame) {
     int size =
         av_samples_get_buffer_size(nullptr, output_.channels, capacity, output_.sample_format, 1);
     Check(size, "sample buffer");
-    buffer.resize(static_cast<size_t>(size));
-    av_samples_fill_arrays(planes, nullptr, buffer.data(), output_.channels, capacity,
+    if (converted_.size() < static_cast<size_t>(size)) converted_.resize(static_cast<size_t>(size));
+    av_samples_fill_arrays(planes, nullptr, converted_.data(), output_.channels, capacity,
                            output_.sample_format, 1);
     int made =
         swr_convert(resampler_.get(), planes, capacity,

@@ -3,6 +3,7 @@
 // format the caller asks for, with silence after the end.
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "package/ffmpeg/types.h"
 
@@ -53,6 +54,7 @@ class PcmSource {
   ffmpeg::AudioFifo fifo_;
   ffmpeg::Frame frame_;
   ffmpeg::Packet packet_;
+  std::vector<uint8_t> converted_;  // the resampler's output before it joins the FIFO
   AVStream* stream_ = nullptr;
   PcmFormat output_;
   AVChannelLayout output_layout_{};
