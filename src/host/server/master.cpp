@@ -136,10 +136,13 @@ int Master::NextTimeoutMs() const {
   auto next = now + std::chrono::seconds(1);
   if (!deadlines_.empty() && deadlines_.begin()->first < next) next = deadlines_.begin()->first;
   if (draining_ && drain_deadline_ < next) next = drain_deadline_;
-  if (!queue_.empty()) {
+  // Wake when the oldest queued request becomes overdue, if the pool may still grow for it.
+  // Once it is overdue MaintainPool has acted on it; waking again at once would spin.
+  if (!queue_.empty() && ActiveWorkers() < pool_.max_workers) {
     auto front = connections_.find(queue_.front());
-    if (front != connections_.end() && front->second->queued_at + kGrowAfterWait < next) {
-      next = front->second->queued_at + kGrowAfterWait;
+    if (front != connections_.end()) {
+      auto overdue_at = front->second->queued_at + kGrowAfterWait;
+      if (overdue_at > now && overdue_at < next) next = overdue_at;
     }
   }
   if (next <= now) return 0;
@@ -187,6 +190,24 @@ void Master::OnSignal() {
   }
 }
 
+bool Master::ReadAvailable(Connection& connection) {
+  char chunk[kReadChunk];
+  for (;;) {
+    if (connection.state == ConnectionState::kReading && connection.buffer.size() >= kMaxBuffered) {
+      return false;  // parse what is there first
+    }
+    ssize_t got = recv(connection.fd.get(), chunk, sizeof(chunk), MSG_DONTWAIT);
+    if (got > 0) {
+      if (connection.state == ConnectionState::kReading) connection.buffer.append(chunk, got);
+      if (static_cast<size_t>(got) < sizeof(chunk)) return false;
+      continue;
+    }
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0 && errno == EAGAIN) return false;
+    return true;  // end of file or a reset
+  }
+}
+
 void Master::OnConnectionEvent(uint64_t id, uint32_t events) {
   auto it = connections_.find(id);
   if (it == connections_.end()) return;
@@ -195,23 +216,7 @@ void Master::OnConnectionEvent(uint64_t id, uint32_t events) {
       connection.state == ConnectionState::kInWorker) {
     return;
   }
-  bool peer_closed = false;
-  char chunk[kReadChunk];
-  for (;;) {
-    if (connection.state == ConnectionState::kReading && connection.buffer.size() >= kMaxBuffered) {
-      break;  // parse what is there first
-    }
-    ssize_t got = recv(connection.fd.get(), chunk, sizeof(chunk), 0);
-    if (got > 0) {
-      if (connection.state == ConnectionState::kReading) connection.buffer.append(chunk, got);
-      if (static_cast<size_t>(got) < sizeof(chunk)) break;
-      continue;
-    }
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0 && errno == EAGAIN) break;
-    peer_closed = true;
-    break;
-  }
+  bool peer_closed = ReadAvailable(connection);
   if (connection.state == ConnectionState::kClosing) {
     if (peer_closed || (events & (EPOLLHUP | EPOLLERR)) != 0) CloseConnection(id);
     return;
@@ -296,7 +301,9 @@ void Master::OnWorkerEvent(pid_t pid) {
   Worker& worker = it->second;
   std::string message;
   UniqueFd ignored;
-  for (;;) {
+  // A worker owes at most one reply (it serves one request at a time), so one receive per
+  // wake-up is enough; the level-triggered epoll reports anything further.
+  {
     ReceiveResult result = ReceiveChannelMessage(worker.channel.get(), &message, &ignored, true);
     if (result == ReceiveResult::kInterrupted) return;  // nothing more now
     if (result != ReceiveResult::kMessage) {
@@ -309,7 +316,7 @@ void Master::OnWorkerEvent(pid_t pid) {
     ReplyMessage reply;
     if (!DecodeReply(message, &reply) || reply.connection_id != worker.connection_id) {
       syslog(LOG_ERR, "worker %d sent a malformed reply", pid);
-      continue;
+      return;
     }
     worker.connection_id = 0;
     if (worker.state == WorkerState::kBusy) worker.state = WorkerState::kIdle;
@@ -337,9 +344,22 @@ void Master::ResumeConnection(Connection& connection) {
   connection.state = ConnectionState::kReading;
   connection.phase = Phase::kIdle;
   SetDeadline(connection, Clock::now() + limits::kIdleTimeout);
-  Watch(connection, true);
-  // A pipelined request may be waiting in the buffer already.
+  // A busy client has often sent its next request while the worker finished (or pipelined it):
+  // read it now and skip a round through epoll. Never waits: the read does not block.
+  uint64_t id = connection.id;
+  bool peer_closed = ReadAvailable(connection);
   ProcessBuffer(connection);
+  if (connections_.count(id) == 0) return;
+  if (connection.state == ConnectionState::kClosing) {
+    Watch(connection, true);  // to see the client's close while lingering
+    return;
+  }
+  if (connection.state != ConnectionState::kReading) return;
+  if (peer_closed) {
+    CloseConnection(id);
+    return;
+  }
+  Watch(connection, true);
 }
 
 void Master::Refuse(Connection& connection, int status) {
@@ -459,9 +479,12 @@ int Master::ActiveWorkers() const {
 
 int Master::OverdueRequests(Clock::time_point now) const {
   int overdue = 0;
+  // The queue is in arrival order: the first request not yet overdue ends the count.
   for (uint64_t id : queue_) {
     auto it = connections_.find(id);
-    if (it != connections_.end() && now - it->second->queued_at >= kGrowAfterWait) ++overdue;
+    if (it == connections_.end()) continue;
+    if (now - it->second->queued_at < kGrowAfterWait) break;
+    ++overdue;
   }
   return overdue;
 }
@@ -471,7 +494,8 @@ void Master::MaintainPool() {
   auto now = Clock::now();
   AssignQueued();
   int active = ActiveWorkers();
-  if (now >= spawn_blocked_until_) {
+  if (now >= spawn_blocked_until_ &&
+      (active < pool_.min_workers || (!queue_.empty() && active < pool_.max_workers))) {
     int overdue = OverdueRequests(now);
     while (active < pool_.min_workers || (overdue > 0 && active < pool_.max_workers)) {
       if (!SpawnWorker()) break;

@@ -70,6 +70,8 @@ class Master {
   void OnSignal();
   void OnConnectionEvent(uint64_t id, uint32_t events);
   void OnWorkerEvent(pid_t pid);
+  // Reads what the socket holds without waiting; true when the peer closed or reset.
+  bool ReadAvailable(Connection& connection);
   void ProcessBuffer(Connection& connection);
   void Dispatch(Connection& connection);
   bool HandTo(Worker& worker, Connection& connection);
