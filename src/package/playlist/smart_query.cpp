@@ -149,7 +149,13 @@ Condition WhereClause(const SmartPlaylist& playlist, unsigned uid) {
   if (playlist.rules.empty()) return where;
   where.sql += " AND (";
   bool first = true;
-  for (const SmartRule& rule : playlist.rules) {
+  // Number and plain-text rules first: SQLite tests them in the order written, and they are
+  // cheap (or use an index) where folding a tag is not.
+  std::vector<SmartRule> rules = playlist.rules;
+  std::stable_partition(rules.begin(), rules.end(), [](const SmartRule& rule) {
+    return SmartFieldKind(rule.field) != SmartValueKind::kVoiceText;
+  });
+  for (const SmartRule& rule : rules) {
     Condition condition = RuleCondition(rule);
     if (!first) where.sql += playlist.match_all ? " AND " : " OR ";
     where.sql += "(" + condition.sql + ")";

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "package/search/voice_fold.h"
@@ -55,31 +56,41 @@ bool Matches(const FoldedText& tag, const FoldedText& keyword, VoiceMatchMode mo
   return false;
 }
 
-void DeleteFolded(void* pointer) { delete static_cast<FoldedText*>(pointer); }
+// What one call site of the function keeps while its keyword stays the same: the folded keyword
+// and the answers per tag seen. Genres, artists and albums repeat a lot, so most rows are
+// answered without folding their tag again.
+struct CallSiteState {
+  FoldedText keyword;
+  std::unordered_map<std::string, bool> answers;
+};
+constexpr size_t kMaxRememberedTags = 8192;
 
-// The keyword is the same for every row of a statement: fold it once and keep it with the
-// statement (SQLite drops the copy when the argument changes).
+void DeleteCallSiteState(void* pointer) { delete static_cast<CallSiteState*>(pointer); }
+
+std::string_view TextArgument(sqlite3_value* value) {
+  const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+  return text != nullptr ? std::string_view(text, sqlite3_value_bytes(value)) : "";
+}
+
 void VoiceMatchFunction(sqlite3_context* context, int, sqlite3_value** args) {
-  auto* keyword = static_cast<FoldedText*>(sqlite3_get_auxdata(context, 1));
-  if (keyword == nullptr) {
-    const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(args[1]));
-    auto folded = std::make_unique<FoldedText>(
-        Fold(text != nullptr ? std::string_view(text, sqlite3_value_bytes(args[1])) : ""));
-    keyword = folded.get();
-    sqlite3_set_auxdata(context, 1, folded.release(), DeleteFolded);
-    // SQLite may have dropped it at once; then fetch what it kept, or fold per row.
-    keyword = static_cast<FoldedText*>(sqlite3_get_auxdata(context, 1));
-  }
-  const auto* tag_text = reinterpret_cast<const char*>(sqlite3_value_text(args[0]));
-  std::string_view tag =
-      tag_text != nullptr ? std::string_view(tag_text, sqlite3_value_bytes(args[0])) : "";
+  const std::string_view tag = TextArgument(args[0]);
   const auto mode = static_cast<VoiceMatchMode>(sqlite3_value_int(args[2]));
+  auto* state = static_cast<CallSiteState*>(sqlite3_get_auxdata(context, 1));
+  if (state == nullptr) {
+    auto fresh = std::make_unique<CallSiteState>();
+    fresh->keyword = Fold(TextArgument(args[1]));
+    sqlite3_set_auxdata(context, 1, fresh.release(), DeleteCallSiteState);
+    // SQLite may drop it at once (then this row folds everything itself).
+    state = static_cast<CallSiteState*>(sqlite3_get_auxdata(context, 1));
+  }
   bool result;
-  if (keyword != nullptr) {
-    result = Matches(Fold(tag), *keyword, mode);
+  if (state == nullptr) {
+    result = VoiceTextMatches(tag, TextArgument(args[1]), mode);
+  } else if (auto known = state->answers.find(std::string(tag)); known != state->answers.end()) {
+    result = known->second;
   } else {
-    const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(args[1]));
-    result = VoiceTextMatches(tag, text != nullptr ? text : "", mode);
+    result = Matches(Fold(tag), state->keyword, mode);
+    if (state->answers.size() < kMaxRememberedTags) state->answers.emplace(tag, result);
   }
   sqlite3_result_int(context, result ? 1 : 0);
 }
