@@ -185,6 +185,13 @@ TEST_F(PlaylistLibraryTest, SmartPlaylistNamesAndTracks) {
   EXPECT_LT(library.GetTrackFromSmartPlaylist("Jazz", PLAYLIST_SHARED, "some", 0, 10, tracks), 0);
   EXPECT_LT(library.GetTrackFromSmartPlaylist("jazz", PLAYLIST_SHARED, "all", 0, 10, tracks), 0);
   EXPECT_LT(library.GetTrackFromSmartPlaylist("Jazz", PLAYLIST_PERSONAL, "all", 0, 10, tracks), 0);
+
+  // Parsed files are kept per worker; a changed file is read again.
+  WriteFile(paths::kSharedSmartPlaylists, R"({"playlists": [
+      {"name": "Blues", "rules": [{"field": "genre", "operator": "is", "value": "blues"}]}]})");
+  EXPECT_EQ(QuorAudioUtils::SmartPLSEnum(0, 0, count, nullptr), std::vector<std::string>{"Blues"});
+  std::filesystem::remove(paths::kSharedSmartPlaylists);
+  EXPECT_TRUE(QuorAudioUtils::SmartPLSEnum(0, 0, count, nullptr).empty());
 }
 
 }  // namespace
