@@ -3,9 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
+#include <dlfcn.h>
 
 #include <cerrno>
 #include <cstring>
@@ -16,6 +14,7 @@ extern "C" {
 #include "cli/commands/commands.h"
 #include "cli/service_account.h"
 #include "host/accounts/account_store.h"
+#include "host/server/module_loader.h"
 #include "package/library/library_database.h"
 #include "package/paths.h"
 #include "package/util/key_value_file.h"
@@ -43,7 +42,21 @@ void UpdateKeyValueFile(const char* path, const std::map<std::string, std::strin
   }
 }
 
-bool HasMp3Encoder() { return avcodec_find_encoder(AV_CODEC_ID_MP3) != nullptr; }
+// The media library (and with it FFmpeg) is loaded only for this one question.
+bool HasMp3Encoder() {
+  std::string path = QUOR::server::PackageLibraryPath("libsonvik_media.so");
+  void* media = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (media == nullptr) {
+    std::cerr << "sonvik init: cannot load " << path << " (" << ::dlerror()
+              << "); MP3 transcoding stays off\n";
+    return false;
+  }
+  using Probe = int (*)();
+  auto probe = reinterpret_cast<Probe>(::dlsym(media, "QUORAudioCanEncodeMp3"));
+  bool can_encode = probe != nullptr && probe() != 0;
+  ::dlclose(media);
+  return can_encode;
+}
 
 void RunInit() {
   if (::geteuid() != 0) {

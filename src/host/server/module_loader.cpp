@@ -34,13 +34,13 @@ LoadedModule::~LoadedModule() {
   if (handle_ != nullptr) dlclose(handle_);
 }
 
-std::string DefaultModulePath() {
+std::string PackageLibraryPath(const std::string& file_name) {
   std::error_code error;
   std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", error);
-  if (error) return "lib/sonvik/libsonvik_voice.so";
-  return (exe.parent_path() / ".." / "lib" / "sonvik" / "libsonvik_voice.so")
-      .lexically_normal()
-      .string();
+  if (error) return "lib/sonvik/" + file_name;
+  return (exe.parent_path() / ".." / "lib" / "sonvik" / file_name).lexically_normal().string();
 }
+
+std::string DefaultModulePath() { return PackageLibraryPath("libsonvik_voice.so"); }
 
 }  // namespace QUOR::server

@@ -26,7 +26,10 @@ class LoadedModule {
   const APICheckEntry* check_table_ = nullptr;
 };
 
-// <folder of /proc/self/exe>/../lib/sonvik/libsonvik_voice.so
+// <folder of /proc/self/exe>/../lib/sonvik/<file_name>: where the build installs its libraries.
+std::string PackageLibraryPath(const std::string& file_name);
+
+// PackageLibraryPath("libsonvik_voice.so")
 std::string DefaultModulePath();
 
 }  // namespace QUOR::server
