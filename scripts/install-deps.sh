@@ -9,6 +9,8 @@ build_packages=(
   libhttp-parser-dev libcli11-dev
   libavformat-dev libavcodec-dev libswresample-dev libavutil-dev
   libcurl4-openssl-dev libgtest-dev libgmock-dev libbenchmark-dev
+  # libFuzzer: clang and its runtime (the runtime is only recommended by clang, so name it)
+  clang libclang-rt-14-dev
 )
 # ffmpeg makes the demo library and the test audio; util-linux gives unshare for the test namespace.
 runtime_packages=(ffmpeg util-linux passwd libmp3lame0 sqlite3 curl)
