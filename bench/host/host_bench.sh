@@ -14,6 +14,9 @@ if [[ "${SONVIK_IN_TEST_NAMESPACE:-}" != "1" ]]; then
   echo "run me through tests/run_in_namespace.sh: I change /var/packages and /etc" >&2
   exit 1
 fi
+if grep -q "CMAKE_BUILD_TYPE:STRING=Debug" "$build/CMakeCache.txt" 2>/dev/null; then
+  echo "note: $build is a Debug build; figures for a Release build are the ones that count" >&2
+fi
 scratch=$(mktemp -d /var/packages/.bench.XXXXXX)
 chmod 755 "$scratch"  # nginx's workers run as www-data
 server_pid=""
