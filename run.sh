@@ -27,11 +27,17 @@ music=$(realpath "$music")
 
 user=demo
 password=$(head -c 12 /dev/urandom | base64 | tr -dc 'A-Za-z0-9' | head -c 12)
-if "$sonvik" user list | grep -qx "$user\b.*\|$user"; then
-  printf '%s\n' "$password" | "$sonvik" user passwd "$user" --password-stdin
-else
+if ! printf '%s\n' "$password" | "$sonvik" user passwd "$user" --password-stdin 2>/dev/null; then
   printf '%s\n' "$password" | "$sonvik" user add "$user" --password-stdin
 fi
+
+# Demo playlists beside the scanned "Road Trip.m3u8": the demo user's own "Road Trip" (found
+# before the shared one of the same name) and a shared smart playlist of the rock tracks.
+"$sonvik" playlist delete "Road Trip" --user "$user" >/dev/null 2>&1 || true
+"$sonvik" playlist create "Road Trip" --user "$user" >/dev/null
+"$sonvik" playlist add "Road Trip" --user "$user" 1 2 3 4 5 6 >/dev/null
+"$sonvik" playlist delete "Rock Night" >/dev/null 2>&1 || true
+"$sonvik" playlist smart create "Rock Night" --rule "genre is rock" --order title >/dev/null
 
 base=http://127.0.0.1:5080/webapi/entry
 cat <<INFO
@@ -43,8 +49,12 @@ Try it (in another terminal):
   sid=\$(curl -s "$base?api=QUOR.API.Auth&version=1&method=login&account=$user&passwd=$password" | sed 's/.*"sid":"\([^"]*\)".*/\1/')
   curl -s "$base?api=QUOR.Sonvik.VoiceAssistant.Info&version=1&method=get&_sid=\$sid"
   curl -s "$base?api=QUOR.Sonvik.VoiceAssistant.Browse&version=1&method=search&title=twenty+one&limit=10&offset=0&_sid=\$sid"
-  curl -s "$base?api=QUOR.Sonvik.VoiceAssistant.Browse&version=1&method=search_playlist&keyword=road+trip&limit=10&offset=0&_sid=\$sid"
-  $sonvik search --title "a b b a"
+  curl -s "$base?api=QUOR.Sonvik.VoiceAssistant.Browse&version=1&method=search_playlist&keyword=road+trip&limit=2&offset=0&_sid=\$sid"
+  curl -s "$base?api=QUOR.Sonvik.VoiceAssistant.Browse&version=1&method=search_playlist&keyword=rock&limit=10&offset=0&_sid=\$sid"
+  curl -s --get "$base" --data-urlencode "playlist_id=PLAYLIST_ID" -d "api=QUOR.Sonvik.VoiceAssistant.Browse&version=1&method=get_playlist&limit=2&offset=2&_sid=\$sid"
+  curl -s -r 1000-1999 "$base?api=QUOR.Sonvik.VoiceAssistant.Stream&version=1&method=stream&track_id=1&_sid=\$sid" | wc -c
+  $sonvik search --title "ninety nine degrees"
+  (PLAYLIST_ID: the "playlist_id" that search_playlist answered)
 
 Stop the server with Ctrl-C.
 INFO
