@@ -108,7 +108,7 @@ TEST(ByteRange, AbuseLimits) {
   std::string long_within = "bytes=" + std::string(kMaxRangeHeaderLength - 12, '0') + "5-6";
 
   EXPECT_EQ(ParseRangeHeader(many, 10000).kind, kWhole);
-  // Past the spec limit even an all-unsatisfiable list is ignored instead of refused.
+  // Past the range-count limit even an all-unsatisfiable list is ignored instead of refused.
   EXPECT_EQ(ParseRangeHeader(too_many_unsatisfiable, 10000).kind, kWhole);
   EXPECT_EQ(ParseRangeHeader(long_header, 10000).kind, kWhole);
   ByteRange within = ParseRangeHeader(long_within, 10000);
