@@ -13,6 +13,7 @@
 #include "package/scanner/parallel_tag_reader.h"
 #include "package/scanner/scan_planner.h"
 #include "package/scanner/track_writer.h"
+#include "package/search/search_index.h"
 #include "package/sqlite/statement.h"
 #include "package/sqlite/transaction.h"
 
@@ -122,7 +123,9 @@ class Scan {
       std::vector<ReadResult> results = next.get();
       if (begin + batch < jobs.size()) next = std::async(std::launch::async, read, begin + batch);
       sqlite::Transaction transaction(db_);
+      search::SearchIndexBatch index_batch(db_);
       for (size_t i = 0; i < results.size(); ++i) Write(writer, jobs[begin + i], results[i]);
+      index_batch.Flush();
       transaction.Commit();
     }
   }

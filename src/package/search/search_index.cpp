@@ -120,9 +120,11 @@ Writer& WriterFor(sqlite3* db) {
   return *writer;
 }
 
-// Sets or clears one track's bit in the posting row of (kind, token).
-void UpdatePosting(Writer& w, int kind, const std::string& token, int64_t track_id, bool present) {
-  const int64_t chunk = index::ChunkOf(track_id);
+// The batch of this thread, if any (see SearchIndexBatch).
+thread_local SearchIndexBatch* active_batch = nullptr;
+
+// The bits of (kind, token, chunk) as stored, all zero when there is no row.
+ChunkBits ReadPosting(Writer& w, int kind, const std::string& token, int64_t chunk) {
   ChunkBits bits{};
   w.read_posting.BindAll(kind, token, chunk);
   if (w.read_posting.Step()) {
@@ -132,13 +134,11 @@ void UpdatePosting(Writer& w, int kind, const std::string& token, int64_t track_
                        bits);
   }
   w.read_posting.Reset();
-  const unsigned offset = index::OffsetInChunk(track_id);
-  const uint64_t mask = uint64_t{1} << (offset % 64);
-  if (present) {
-    bits[offset / 64] |= mask;
-  } else {
-    bits[offset / 64] &= ~mask;
-  }
+  return bits;
+}
+
+void WritePosting(Writer& w, int kind, const std::string& token, int64_t chunk,
+                  const ChunkBits& bits) {
   const std::string blob = chunk_blob::Encode(bits);
   if (blob.empty()) {
     w.delete_posting.BindAll(kind, token, chunk);
@@ -151,6 +151,35 @@ void UpdatePosting(Writer& w, int kind, const std::string& token, int64_t track_
                     SQLITE_TRANSIENT);
   w.write_posting.Run();
   w.write_posting.Reset();
+}
+
+void SetBit(ChunkBits& bits, int64_t track_id, bool present) {
+  const unsigned offset = index::OffsetInChunk(track_id);
+  const uint64_t mask = uint64_t{1} << (offset % 64);
+  if (present) {
+    bits[offset / 64] |= mask;
+  } else {
+    bits[offset / 64] &= ~mask;
+  }
+}
+
+// Sets or clears one track's bit in the posting row of (kind, token): in the batch when one is
+// open on this connection, else read, changed and written back at once.
+void UpdatePosting(Writer& w, int kind, const std::string& token, int64_t track_id, bool present) {
+  const int64_t chunk = index::ChunkOf(track_id);
+  if (active_batch != nullptr && active_batch->db() == w.db) {
+    auto& dirty = active_batch->dirty();
+    SearchIndexBatch::Key key(kind, token, chunk);
+    auto it = dirty.find(key);
+    if (it == dirty.end()) {
+      it = dirty.emplace(std::move(key), ReadPosting(w, kind, token, chunk)).first;
+    }
+    SetBit(it->second, track_id, present);
+    return;
+  }
+  ChunkBits bits = ReadPosting(w, kind, token, chunk);
+  SetBit(bits, track_id, present);
+  WritePosting(w, kind, token, chunk, bits);
 }
 
 // Adds (or removes) the postings and span rows of one kind's tokens.
@@ -230,5 +259,26 @@ void IndexTrack(sqlite3* db, int64_t track_id, const std::string& title, const s
 }
 
 void UnindexTrack(sqlite3* db, int64_t track_id) { RemoveEntries(WriterFor(db), track_id); }
+
+SearchIndexBatch::SearchIndexBatch(sqlite3* db) : db_(db), outer_(active_batch) {
+  for (const SearchIndexBatch* open = outer_; open != nullptr; open = open->outer_) {
+    if (open->db_ == db)
+      throw std::logic_error("a search index batch is already open on this connection");
+  }
+  active_batch = this;
+}
+
+SearchIndexBatch::~SearchIndexBatch() { active_batch = outer_; }
+
+void SearchIndexBatch::Flush() {
+  if (dirty_.empty()) return;
+  Writer& w = WriterFor(db_);
+  // Rows are written in key order, which is the table's order: appends to the same B-tree pages.
+  for (auto it = dirty_.begin(); it != dirty_.end();) {
+    const auto& [kind, token, chunk] = it->first;
+    WritePosting(w, kind, token, chunk, it->second);
+    it = dirty_.erase(it);  // written rows leave, so a retry after a failure writes only the rest
+  }
+}
 
 }  // namespace Sonvik::search

@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
+#include <stdexcept>
 
 #include "engine_fixture.h"
 #include "package/search/voice_fold.h"
+#include "package/sqlite/transaction.h"
 
 namespace Sonvik::search::testing {
 namespace {
@@ -291,6 +294,115 @@ TEST_F(SearchEngineTest, IndexAgreesWithDirectMatching) {
     }
     ASSERT_EQ(Title(keyword), expected) << keyword;
   }
+}
+
+// Batched indexing the way the scanner does it: many IndexTrack/UnindexTrack calls in one
+// transaction, the same track retagged and removed several times within a batch, tracks spread
+// over several chunks, and batches that are rolled back. After every commit the index must agree
+// with the matching rule applied to the committed titles.
+TEST_F(SearchEngineTest, BatchedIndexAgreesWithDirectMatching) {
+  const std::vector<std::string> words = {"the",   "love", "lovely", "a",    "b",     "ac",
+                                          "dc",    "acdc", "r",      "e",    "m",     "rem",
+                                          "don't", "hey",  "they",   "iv",   "four",  "one",
+                                          "&",     "n",    "rock",   "roll", "AC/DC", "R.E.M."};
+  std::mt19937 random(4242);
+  auto phrase = [&](int max_words) {
+    std::string text;
+    const int n = 1 + static_cast<int>(random() % static_cast<unsigned>(max_words));
+    for (int i = 0; i < n; ++i) {
+      if (i > 0) text += (random() % 4 == 0) ? "-" : " ";
+      text += words[random() % words.size()];
+    }
+    return text;
+  };
+  sqlite::Statement insert(Db(),
+                           "INSERT INTO tracks (id, library_id, path, title, container, codec)"
+                           " VALUES (?, ?, ?, ?, 'flac', 'flac')");
+  sqlite::Statement retag(Db(), "UPDATE tracks SET title = ? WHERE id = ?");
+  sqlite::Statement remove(Db(), "DELETE FROM tracks WHERE id = ?");
+  std::map<int64_t, std::string> committed;  // id -> title
+  auto check = [&](int queries) {
+    for (int q = 0; q < queries; ++q) {
+      const std::string keyword = phrase(3);
+      const std::string joined = JoinTokens(VoiceFold(keyword));
+      if (joined.empty()) continue;
+      Ids expected;
+      for (const auto& [id, title] : committed) {
+        if (MatchesFoldedTag(joined, VoiceFold(title))) expected.push_back(id);
+      }
+      ASSERT_EQ(Title(keyword), expected) << keyword;
+    }
+  };
+  for (int round = 0; round < 12; ++round) {
+    const bool roll_back = round % 4 == 3;
+    std::map<int64_t, std::string> titles = committed;
+    {
+      sqlite::Transaction transaction(Db());
+      SearchIndexBatch batch(Db());
+      for (int op = 0; op < 300; ++op) {
+        // Ids over three chunks, so one batch touches several rows of the same token.
+        const int64_t id = 1 + static_cast<int64_t>(random() % 12000);
+        const std::string title = phrase(6);
+        auto it = titles.find(id);
+        if (it == titles.end()) {
+          insert.Reset();
+          insert.BindAll(id, shared_, "/music/" + std::to_string(id) + ".flac", title);
+          insert.Run();
+          IndexTrack(Db(), id, title, "", "");
+          titles[id] = title;
+        } else if (random() % 3 == 0) {
+          UnindexTrack(Db(), id);
+          UnindexTrack(Db(), id);  // twice: nothing more happens
+          remove.Reset();
+          remove.Bind(1, id);
+          remove.Run();
+          titles.erase(it);
+        } else {
+          retag.Reset();
+          retag.BindAll(title, id);
+          retag.Run();
+          IndexTrack(Db(), id, title, "", "");
+          it->second = title;
+        }
+      }
+      // A track added, retagged and removed inside one batch leaves nothing behind.
+      const int64_t passing = 20000 + round;
+      insert.Reset();
+      insert.BindAll(passing, shared_, "/music/passing.flac", "Passing Words");
+      insert.Run();
+      IndexTrack(Db(), passing, "Passing Words", "", "");
+      IndexTrack(Db(), passing, "Passing Again", "", "");
+      UnindexTrack(Db(), passing);
+      remove.Reset();
+      remove.Bind(1, passing);
+      remove.Run();
+      if (!roll_back) {
+        batch.Flush();
+        transaction.Commit();
+        committed = titles;
+      }
+    }
+    check(60);
+  }
+  EXPECT_EQ(Title("passing"), Ids{});
+  ASSERT_FALSE(committed.empty());
+
+  // Removing everything in one batch empties the index.
+  {
+    sqlite::Transaction transaction(Db());
+    SearchIndexBatch batch(Db());
+    for (const auto& [id, title] : committed) UnindexTrack(Db(), id);
+    batch.Flush();
+    transaction.Commit();
+  }
+  EXPECT_EQ(RowCount("search_track"), 0);
+  EXPECT_EQ(RowCount("search_posting"), 0);
+  EXPECT_EQ(RowCount("search_span"), 0);
+}
+
+TEST_F(SearchEngineTest, OneBatchPerConnection) {
+  SearchIndexBatch batch(Db());
+  EXPECT_THROW(SearchIndexBatch second(Db()), std::logic_error);
 }
 
 }  // namespace
