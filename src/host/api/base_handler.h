@@ -9,7 +9,8 @@ class APIResponse;
 
 class BaseHandler {
  public:
-  BaseHandler(APIRequest* request, APIResponse* response) : request_(request), response_(response) {}
+  BaseHandler(APIRequest* request, APIResponse* response)
+      : request_(request), response_(response) {}
   BaseHandler(const BaseHandler&) = delete;
   BaseHandler& operator=(const BaseHandler&) = delete;
   ~BaseHandler() = default;

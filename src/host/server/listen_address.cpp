@@ -50,9 +50,9 @@ bool ParseListenAddress(const std::string& text, ListenAddress* address, std::st
   return true;
 }
 
-UniqueFd OpenListener(const ListenAddress& address) {
+Sonvik::util::UniqueFd OpenListener(const ListenAddress& address) {
   int family = address.ipv6 ? AF_INET6 : AF_INET;
-  UniqueFd fd(socket(family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  Sonvik::util::UniqueFd fd(socket(family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   if (!fd.valid()) throw std::runtime_error(std::string("socket: ") + std::strerror(errno));
   int one = 1;
   setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &one, sizeof(one));

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "host/server/unique_fd.h"
+#include "package/util/unique_fd.h"
 
 namespace QUOR::server {
 
@@ -21,6 +21,6 @@ bool ParseListenAddress(const std::string& text, ListenAddress* address, std::st
 
 // A non-blocking listening socket; throws std::runtime_error with a message for the user
 // (address in use, permission denied, ...).
-UniqueFd OpenListener(const ListenAddress& address);
+Sonvik::util::UniqueFd OpenListener(const ListenAddress& address);
 
 }  // namespace QUOR::server

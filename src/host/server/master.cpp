@@ -73,7 +73,7 @@ void EpollControl(int epoll, int op, int fd, uint32_t events, uint64_t tag) {
 
 }  // namespace
 
-Master::Master(UniqueFd listener, PoolSize pool, WorkerMain worker_main)
+Master::Master(Sonvik::util::UniqueFd listener, PoolSize pool, WorkerMain worker_main)
     : listener_(std::move(listener)), pool_(pool), worker_main_(std::move(worker_main)) {
   epoll_.Reset(epoll_create1(EPOLL_CLOEXEC));
   if (!epoll_.valid()) throw std::system_error(errno, std::generic_category(), "epoll_create1");
@@ -161,7 +161,7 @@ void Master::OnAccept() {
       if (errno != EAGAIN) syslog(LOG_ERR, "accept: %s", std::strerror(errno));
       return;
     }
-    UniqueFd socket(fd);
+    Sonvik::util::UniqueFd socket(fd);
     if (connections_.size() >= kMaxConnections || draining_) continue;  // closed at once
     int one = 1;
     setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof(one));
@@ -300,7 +300,7 @@ void Master::OnWorkerEvent(pid_t pid) {
   if (it == workers_.end()) return;
   Worker& worker = it->second;
   std::string message;
-  UniqueFd ignored;
+  Sonvik::util::UniqueFd ignored;
   // A worker owes at most one reply (it serves one request at a time), so one receive per
   // wake-up is enough; the level-triggered epoll reports anything further.
   {
@@ -518,7 +518,7 @@ void Master::MaintainPool() {
 }
 
 bool Master::SpawnWorker() {
-  UniqueFd master_end, worker_end;
+  Sonvik::util::UniqueFd master_end, worker_end;
   MakeChannelPair(&master_end, &worker_end);
   pid_t pid = fork();
   if (pid < 0) {
@@ -532,7 +532,7 @@ bool Master::SpawnWorker() {
     closelog();  // before the descriptors go: its socket may have any number, 3 included
     int channel = dup2(worker_end.get(), 3);
     close_range(4, UINT_MAX, 0);
-    _exit(channel == 3 ? worker_main_(UniqueFd(3)) : 1);
+    _exit(channel == 3 ? worker_main_(Sonvik::util::UniqueFd(3)) : 1);
   }
   Worker worker;
   worker.pid = pid;

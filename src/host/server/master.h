@@ -17,7 +17,7 @@
 #include <utility>
 
 #include "host/server/request_reader.h"
-#include "host/server/unique_fd.h"
+#include "package/util/unique_fd.h"
 
 namespace QUOR::server {
 
@@ -27,12 +27,12 @@ struct PoolSize {
 };
 
 // Runs in a freshly forked worker with its end of the channel; returns the exit status.
-using WorkerMain = std::function<int(UniqueFd channel)>;
+using WorkerMain = std::function<int(Sonvik::util::UniqueFd channel)>;
 
 class Master {
  public:
   // `listener` is a bound, listening, non-blocking socket.
-  Master(UniqueFd listener, PoolSize pool, WorkerMain worker_main);
+  Master(Sonvik::util::UniqueFd listener, PoolSize pool, WorkerMain worker_main);
   ~Master();
   Master(const Master&) = delete;
   Master& operator=(const Master&) = delete;
@@ -46,7 +46,7 @@ class Master {
   enum class Phase { kIdle, kHead, kBody };
   struct Connection {
     uint64_t id = 0;
-    UniqueFd fd;
+    Sonvik::util::UniqueFd fd;
     std::string client_address;
     std::string buffer;  // received and not yet parsed
     RequestReader reader;
@@ -60,7 +60,7 @@ class Master {
   enum class WorkerState { kIdle, kBusy, kRetiring };
   struct Worker {
     pid_t pid = -1;
-    UniqueFd channel;
+    Sonvik::util::UniqueFd channel;
     WorkerState state = WorkerState::kIdle;
     uint64_t connection_id = 0;
     Clock::time_point idle_since{};
@@ -92,11 +92,11 @@ class Master {
   int OverdueRequests(Clock::time_point now) const;
   int NextTimeoutMs() const;
 
-  UniqueFd listener_;
+  Sonvik::util::UniqueFd listener_;
   PoolSize pool_;
   WorkerMain worker_main_;
-  UniqueFd epoll_;
-  UniqueFd signals_;
+  Sonvik::util::UniqueFd epoll_;
+  Sonvik::util::UniqueFd signals_;
   std::unordered_map<uint64_t, std::unique_ptr<Connection>> connections_;
   std::map<pid_t, Worker> workers_;
   std::deque<uint64_t> queue_;

@@ -92,7 +92,7 @@ int RunServer(const ServeOptions& options) {
                              Sonvik::paths::kAccountsDb + ": " + e.what());
   }
 
-  UniqueFd listener = OpenListener(options.listen);
+  Sonvik::util::UniqueFd listener = OpenListener(options.listen);
   if (identity && !AssumeServiceIdentity(*identity)) {
     throw std::runtime_error("cannot take the ids of the service account " + identity->name);
   }
@@ -101,10 +101,11 @@ int RunServer(const ServeOptions& options) {
   setup.catalog = &catalog;
   setup.identity = identity ? &*identity : nullptr;
   bool foreground = options.foreground;
-  Master master(std::move(listener), options.pool, [&setup, foreground](UniqueFd channel) {
-    OpenLog(foreground);
-    return RunWorker(std::move(channel), setup);
-  });
+  Master master(std::move(listener), options.pool,
+                [&setup, foreground](Sonvik::util::UniqueFd channel) {
+                  OpenLog(foreground);
+                  return RunWorker(std::move(channel), setup);
+                });
   syslog(LOG_INFO, "serving on %s with %d to %d workers%s", options.listen.ToString().c_str(),
          options.pool.min_workers, options.pool.max_workers,
          identity ? (" as " + identity->name).c_str() : " without root");

@@ -9,7 +9,7 @@
 
 namespace QUOR::server {
 
-void MakeChannelPair(UniqueFd* master_end, UniqueFd* worker_end) {
+void MakeChannelPair(Sonvik::util::UniqueFd* master_end, Sonvik::util::UniqueFd* worker_end) {
   int fds[2];
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, fds) != 0) {
     throw std::system_error(errno, std::generic_category(), "socketpair");
@@ -44,7 +44,8 @@ bool SendChannelMessage(int channel, std::string_view bytes, int fd, bool dont_w
   }
 }
 
-ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, UniqueFd* fd, bool dont_wait) {
+ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, Sonvik::util::UniqueFd* fd,
+                                    bool dont_wait) {
   // One buffer for the process's whole life: zero-filling 128 KiB per message would cost more
   // than the message. Master and worker are single-threaded.
   static char* const buffer = new char[kMaxChannelMessage];

@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "host/server/http_request.h"
-#include "host/server/unique_fd.h"
+#include "package/util/unique_fd.h"
 
 namespace QUOR::server {
 
@@ -19,14 +19,15 @@ namespace QUOR::server {
 inline constexpr size_t kMaxChannelMessage = 128 * 1024;
 
 // Makes the pair; [0] stays with the master, [1] goes to the worker. Throws on failure.
-void MakeChannelPair(UniqueFd* master_end, UniqueFd* worker_end);
+void MakeChannelPair(Sonvik::util::UniqueFd* master_end, Sonvik::util::UniqueFd* worker_end);
 
 // Sends one message, with `fd` attached unless it is -1. False on failure (errno set).
 bool SendChannelMessage(int channel, std::string_view bytes, int fd, bool dont_wait);
 
 enum class ReceiveResult { kMessage, kClosed, kInterrupted, kError };
 // Waits for one message; an attached descriptor lands in `*fd`.
-ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, UniqueFd* fd, bool dont_wait);
+ReceiveResult ReceiveChannelMessage(int channel, std::string* bytes, Sonvik::util::UniqueFd* fd,
+                                    bool dont_wait);
 
 struct ReplyMessage {
   uint64_t connection_id = 0;

@@ -47,7 +47,7 @@ bool EnsureIdentity(const ServiceIdentity* identity) {
 
 }  // namespace
 
-int RunWorker(UniqueFd channel, const WorkerSetup& setup) {
+int RunWorker(Sonvik::util::UniqueFd channel, const WorkerSetup& setup) {
   InstallWorkerSignals();
   Dispatcher dispatcher(*setup.catalog, setup.identity);
   std::string message;
@@ -55,7 +55,7 @@ int RunWorker(UniqueFd channel, const WorkerSetup& setup) {
     // Per-request state lives in this scope and dies with it.
     uint64_t connection_id = 0;
     HttpRequest request;
-    UniqueFd client;
+    Sonvik::util::UniqueFd client;
     if (g_stop) break;
     ReceiveResult received = ReceiveChannelMessage(channel.get(), &message, &client, false);
     if (received == ReceiveResult::kInterrupted) continue;

@@ -4,7 +4,7 @@
 // connection. It never reads from a client: the master hands over whole requests.
 #include "host/server/api_catalog.h"
 #include "host/server/service_identity.h"
-#include "host/server/unique_fd.h"
+#include "package/util/unique_fd.h"
 
 namespace QUOR::server {
 
@@ -17,6 +17,6 @@ struct WorkerSetup {
 };
 
 // The worker's main loop, run in the forked child. Returns the exit status.
-int RunWorker(UniqueFd channel, const WorkerSetup& setup);
+int RunWorker(Sonvik::util::UniqueFd channel, const WorkerSetup& setup);
 
 }  // namespace QUOR::server

@@ -8,13 +8,13 @@
 #include "package/audio/file_validators.h"
 #include "package/audio/request_headers.h"
 #include "package/audio/response_plan.h"
-#include "package/audio/unique_fd.h"
+#include "package/util/unique_fd.h"
 
 int HTTPFileOutputer::Output(const char* path, const char* content_type) {
   using namespace Sonvik::audio;
   if (path == nullptr) return -1;
   // Non-blocking so that a FIFO planted in the library cannot hang the worker in open().
-  UniqueFd file(::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  Sonvik::util::UniqueFd file(::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
   if (!file.valid()) return -1;
   struct stat status {};
   if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return -1;

@@ -39,7 +39,8 @@ bool WriteFileAtomically(const std::string& path, const std::string& content, in
   name.push_back('\0');
   int fd = ::mkstemp(name.data());
   if (fd < 0) return false;
-  bool ok = ::fchmod(fd, static_cast<mode_t>(mode)) == 0 && WriteAll(fd, content) && ::fsync(fd) == 0;
+  bool ok =
+      ::fchmod(fd, static_cast<mode_t>(mode)) == 0 && WriteAll(fd, content) && ::fsync(fd) == 0;
   int saved = errno;
   ::close(fd);
   if (ok && ::rename(name.data(), path.c_str()) == 0) {

@@ -72,7 +72,8 @@ APIParameter<std::string> OptionalText(APIRequest* request, const char* name,
 
 // The paging rules shared by search, search_playlist and get_playlist.
 Rule LimitRule(const APIParameter<int>& limit) {
-  return {"limit", [&] { return limit.IsSet() && APIValidator::IsBetween(limit, 1, kMaxPageSize); }};
+  return {"limit",
+          [&] { return limit.IsSet() && APIValidator::IsBetween(limit, 1, kMaxPageSize); }};
 }
 Rule OffsetRule(const APIParameter<int>& offset) {
   return {"offset", [&] { return offset.IsSet() && !APIValidator::IsLess(offset, 0); }};
@@ -96,27 +97,24 @@ bool CheckAlways(APIRequest*, APIResponse*) { return true; }
 
 bool CheckStreamTrackId(APIRequest* request, APIResponse* response) {
   auto track_id = request->GetAndCheckInt("track_id", PARAM_REQUIRED, nullptr);
-  return RunChecks(response, {StateOf("track_id", track_id)},
-                   {{"track_id", [&] {
-                       return track_id.IsSet() && !APIValidator::IsLess(track_id, 1);
-                     }}});
+  return RunChecks(
+      response, {StateOf("track_id", track_id)},
+      {{"track_id", [&] { return track_id.IsSet() && !APIValidator::IsLess(track_id, 1); }}});
 }
 
 bool CheckCoverTrackId(APIRequest* request, APIResponse* response) {
   auto track_id = request->GetAndCheckInt("track_id", PARAM_REQUIRED, nullptr);
-  return RunChecks(response, {StateOf("track_id", track_id)},
-                   {{"track_id", [&] {
-                       return track_id.IsSet() && APIValidator::IsGreater(track_id, 0);
-                     }}});
+  return RunChecks(
+      response, {StateOf("track_id", track_id)},
+      {{"track_id", [&] { return track_id.IsSet() && APIValidator::IsGreater(track_id, 0); }}});
 }
 
 bool CheckCountSearch(APIRequest* request, APIResponse* response) {
   auto album = OptionalText(request, "album", "");
   auto artist = OptionalText(request, "artist", "");
   auto title = OptionalText(request, "title", "");
-  return RunChecks(response,
-                   {StateOf("album", album), StateOf("artist", artist), StateOf("title", title)},
-                   {});
+  return RunChecks(
+      response, {StateOf("album", album), StateOf("artist", artist), StateOf("title", title)}, {});
 }
 
 bool CheckSearch(APIRequest* request, APIResponse* response) {
@@ -130,11 +128,12 @@ bool CheckSearch(APIRequest* request, APIResponse* response) {
       response,
       {StateOf("album", album), StateOf("artist", artist), StateOf("title", title),
        StateOf("limit", limit), StateOf("offset", offset), StateOf("sort_by", sort_by)},
-      {LimitRule(limit), OffsetRule(offset),
-       {"sort_by", [&] {
-          return !sort_by.IsSet() ||
-                 APIValidator::IsBelong(sort_by, QUOR::WebAPIUtil::ParseJson(kSortKeys));
-        }}});
+      {LimitRule(limit), OffsetRule(offset), {"sort_by", [&] {
+                                                return !sort_by.IsSet() ||
+                                                       APIValidator::IsBelong(
+                                                           sort_by,
+                                                           QUOR::WebAPIUtil::ParseJson(kSortKeys));
+                                              }}});
 }
 
 bool CheckSearchPlaylist(APIRequest* request, APIResponse* response) {

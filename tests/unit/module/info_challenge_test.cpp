@@ -64,9 +64,12 @@ TEST_F(PackageFiles, InfoBuildNumberParsing) {
     const char* log;
   };
   const Case cases[] = {
-      {"1-2-30", 30, nullptr},           {"1-12abc", 12, nullptr},
-      {"7-0", -1, nullptr},              {"7-abc", -1, nullptr},
-      {"7-", -1, nullptr},               {"7--3", 3, nullptr},
+      {"1-2-30", 30, nullptr},
+      {"1-12abc", 12, nullptr},
+      {"7-0", -1, nullptr},
+      {"7-abc", -1, nullptr},
+      {"7-", -1, nullptr},
+      {"7--3", 3, nullptr},
       {"4567", -1, "info_handler:21 Failed to parse version [4567]"},
   };
   for (const auto& c : cases) {

@@ -11,7 +11,7 @@
 #include "host/api/cgi_output.h"
 #include "host/server/cgi_stdout.h"
 #include "host/server/response_writer.h"
-#include "host/server/unique_fd.h"
+#include "package/util/unique_fd.h"
 
 namespace QUOR::server {
 namespace {
@@ -56,7 +56,7 @@ class CgiOutputTest : public ::testing::Test {
     return bytes;
   }
 
-  UniqueFd server_, client_;
+  Sonvik::util::UniqueFd server_, client_;
   HttpRequest request_;
   std::unique_ptr<ResponseWriter> writer_;
 };
@@ -128,7 +128,7 @@ TEST_F(CgiOutputTest, NothingWrittenLeavesTheAnswerToTheHost) {
 
 TEST_F(CgiOutputTest, SendFileGoesOutOnlyAfterTheHeaderBlockAndCountsAgainstTheLength) {
   char path[] = "/tmp/sonvik-cgi-output-XXXXXX";
-  UniqueFd file(mkstemp(path));
+  Sonvik::util::UniqueFd file(mkstemp(path));
   ASSERT_TRUE(file.valid());
   unlink(path);
   ASSERT_EQ(write(file.get(), "0123456789", 10), 10);
@@ -152,7 +152,7 @@ TEST_F(CgiOutputTest, SendFileGoesOutOnlyAfterTheHeaderBlockAndCountsAgainstTheL
 
 TEST_F(CgiOutputTest, SendFileIsChunkFramedWithoutALength) {
   char path[] = "/tmp/sonvik-cgi-output-XXXXXX";
-  UniqueFd file(mkstemp(path));
+  Sonvik::util::UniqueFd file(mkstemp(path));
   unlink(path);
   ASSERT_EQ(write(file.get(), "abcdef", 6), 6);
   Run([&] {

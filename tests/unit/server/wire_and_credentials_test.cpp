@@ -52,15 +52,15 @@ TEST(WorkerChannel, ReplyRoundTrips) {
 }
 
 TEST(WorkerChannel, PassesAMessageWithADescriptor) {
-  UniqueFd master_end, worker_end;
+  Sonvik::util::UniqueFd master_end, worker_end;
   MakeChannelPair(&master_end, &worker_end);
   int pipe_fds[2];
   ASSERT_EQ(pipe(pipe_fds), 0);
-  UniqueFd read_end(pipe_fds[0]), write_end(pipe_fds[1]);
+  Sonvik::util::UniqueFd read_end(pipe_fds[0]), write_end(pipe_fds[1]);
   std::string message = EncodeRequestMessage(1, SampleRequest()) + std::string(80 * 1024, 'p');
   ASSERT_TRUE(SendChannelMessage(master_end.get(), message, write_end.get(), true));
   std::string received;
-  UniqueFd passed;
+  Sonvik::util::UniqueFd passed;
   ASSERT_EQ(ReceiveChannelMessage(worker_end.get(), &received, &passed, false),
             ReceiveResult::kMessage);
   EXPECT_EQ(received, message);

@@ -1,10 +1,10 @@
 #pragma once
-// Owns one file descriptor and closes it.
+// A move-only owner of a file descriptor; closes it when it goes.
 #include <unistd.h>
 
 #include <utility>
 
-namespace Sonvik::audio {
+namespace Sonvik::util {
 
 class UniqueFd {
  public:
@@ -12,10 +12,7 @@ class UniqueFd {
   explicit UniqueFd(int fd) : fd_(fd) {}
   UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
   UniqueFd& operator=(UniqueFd&& other) noexcept {
-    if (this != &other) {
-      Reset();
-      fd_ = std::exchange(other.fd_, -1);
-    }
+    if (this != &other) Reset(std::exchange(other.fd_, -1));
     return *this;
   }
   UniqueFd(const UniqueFd&) = delete;
@@ -24,13 +21,14 @@ class UniqueFd {
 
   int get() const { return fd_; }
   bool valid() const { return fd_ >= 0; }
-  void Reset() {
+  int Release() { return std::exchange(fd_, -1); }
+  void Reset(int fd = -1) {
     if (fd_ >= 0) ::close(fd_);
-    fd_ = -1;
+    fd_ = fd;
   }
 
  private:
   int fd_ = -1;
 };
 
-}  // namespace Sonvik::audio
+}  // namespace Sonvik::util
