@@ -130,17 +130,19 @@ User AccountStore::AddUser(const std::string& name, const std::string& password,
 
 std::optional<User> AccountStore::FindUser(const std::string& name) {
   return detail::WithAccountErrors([&]() -> std::optional<User> {
-    auto select = detail::Prepare(impl_->db.get(), "SELECT uid FROM users WHERE name = ?1", name);
-    if (!select.Step()) return std::nullopt;
-    return impl_->MakeUser(select.ColumnInt64(0), name);
+    detail::CachedStatement select(impl_->statements, "SELECT uid FROM users WHERE name = ?1");
+    detail::BindArgs(*select, name);
+    if (!select->Step()) return std::nullopt;
+    return impl_->MakeUser(select->ColumnInt64(0), name);
   });
 }
 
 std::optional<User> AccountStore::FindUserByUid(unsigned uid) {
   return detail::WithAccountErrors([&]() -> std::optional<User> {
-    auto select = detail::Prepare(impl_->db.get(), "SELECT name FROM users WHERE uid = ?1", uid);
-    if (!select.Step()) return std::nullopt;
-    return impl_->MakeUser(uid, select.ColumnText(0));
+    detail::CachedStatement select(impl_->statements, "SELECT name FROM users WHERE uid = ?1");
+    detail::BindArgs(*select, uid);
+    if (!select->Step()) return std::nullopt;
+    return impl_->MakeUser(uid, select->ColumnText(0));
   });
 }
 

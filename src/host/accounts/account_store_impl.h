@@ -6,6 +6,7 @@
 
 #include "host/accounts/account_store.h"
 #include "host/accounts/secrets.h"
+#include "host/accounts/statement_cache.h"
 #include "package/sqlite/database.h"
 #include "package/sqlite/error.h"
 #include "package/sqlite/statement.h"
@@ -21,6 +22,8 @@ struct AccountStore::Impl {
 
   AccountStoreOptions options;
   Sonvik::sqlite::Database db;
+  // After `db`: the statements must be finalized before the connection closes.
+  detail::StatementCache statements{db.get()};
 };
 
 namespace detail {
@@ -36,12 +39,18 @@ void BindOne(Sonvik::sqlite::Statement& statement, int index, const Value& value
 // Digests are stored as 32-byte blobs.
 void BindOne(Sonvik::sqlite::Statement& statement, int index, const SecretDigest& digest);
 
+// Binds `args` to the parameters 1, 2, ... of `statement`.
+template <typename... Args>
+void BindArgs(Sonvik::sqlite::Statement& statement, const Args&... args) {
+  int index = 0;
+  (BindOne(statement, ++index, args), ...);
+}
+
 // Prepares `sql` on `db` and binds `args` to its parameters 1, 2, ...
 template <typename... Args>
 Sonvik::sqlite::Statement Prepare(sqlite3* db, std::string_view sql, const Args&... args) {
   Sonvik::sqlite::Statement statement(db, sql);
-  int index = 0;
-  (BindOne(statement, ++index, args), ...);
+  BindArgs(statement, args...);
   return statement;
 }
 

@@ -31,25 +31,32 @@ std::optional<User> AccountStore::ResolveSession(const std::string& sid) {
   if (sid.empty()) return std::nullopt;
   auto digest = detail::DigestSecret(sid);
   int64_t now = impl_->Now();
-  sqlite3* db = impl_->db.get();
+  auto& statements = impl_->statements;
   return detail::WithAccountErrors([&]() -> std::optional<User> {
-    auto select = detail::Prepare(
-        db,
-        "SELECT s.uid, u.name, s.last_used FROM sessions s JOIN users u ON u.uid = s.uid "
-        "WHERE s.id_digest = ?1",
-        digest);
-    if (!select.Step()) return std::nullopt;
-    User user = impl_->MakeUser(select.ColumnInt64(0), select.ColumnText(1));
-    int64_t last_used = select.ColumnInt64(2);
-    select.Reset();
+    User user;
+    int64_t last_used = 0;
+    {
+      detail::CachedStatement select(
+          statements,
+          "SELECT s.uid, u.name, s.last_used FROM sessions s JOIN users u ON u.uid = s.uid "
+          "WHERE s.id_digest = ?1");
+      detail::BindArgs(*select, digest);
+      if (!select->Step()) return std::nullopt;
+      user = impl_->MakeUser(select->ColumnInt64(0), select->ColumnText(1));
+      last_used = select->ColumnInt64(2);
+    }
 
     if (last_used <= now - impl_->options.session_idle_seconds) {
-      detail::Prepare(db, "DELETE FROM sessions WHERE id_digest = ?1", digest).Run();
+      detail::CachedStatement remove(statements, "DELETE FROM sessions WHERE id_digest = ?1");
+      detail::BindArgs(*remove, digest);
+      remove->Run();
       return std::nullopt;
     }
     if (now - last_used >= detail::kLastUsedGranularitySeconds) {
-      detail::Prepare(db, "UPDATE sessions SET last_used = ?2 WHERE id_digest = ?1", digest, now)
-          .Run();
+      detail::CachedStatement update(statements,
+                                     "UPDATE sessions SET last_used = ?2 WHERE id_digest = ?1");
+      detail::BindArgs(*update, digest, now);
+      update->Run();
     }
     return user;
   });

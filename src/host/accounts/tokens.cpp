@@ -23,22 +23,28 @@ std::string AccountStore::CreateToken(const std::string& user_name) {
 std::optional<User> AccountStore::ResolveToken(const std::string& token) {
   if (token.empty()) return std::nullopt;
   auto digest = detail::DigestSecret(token);
-  sqlite3* db = impl_->db.get();
+  auto& statements = impl_->statements;
   return detail::WithAccountErrors([&]() -> std::optional<User> {
-    auto select = detail::Prepare(
-        db,
-        "SELECT t.id, t.uid, u.name, t.last_used FROM tokens t JOIN users u ON u.uid = t.uid "
-        "WHERE t.secret_digest = ?1",
-        digest);
-    if (!select.Step()) return std::nullopt;
-    int64_t id = select.ColumnInt64(0);
-    User user = impl_->MakeUser(select.ColumnInt64(1), select.ColumnText(2));
-    int64_t last_used = select.ColumnInt64(3);
-    select.Reset();
+    int64_t id = 0;
+    User user;
+    int64_t last_used = 0;
+    {
+      detail::CachedStatement select(
+          statements,
+          "SELECT t.id, t.uid, u.name, t.last_used FROM tokens t JOIN users u ON u.uid = t.uid "
+          "WHERE t.secret_digest = ?1");
+      detail::BindArgs(*select, digest);
+      if (!select->Step()) return std::nullopt;
+      id = select->ColumnInt64(0);
+      user = impl_->MakeUser(select->ColumnInt64(1), select->ColumnText(2));
+      last_used = select->ColumnInt64(3);
+    }
 
     int64_t now = impl_->Now();
     if (now - last_used >= detail::kLastUsedGranularitySeconds) {
-      detail::Prepare(db, "UPDATE tokens SET last_used = ?2 WHERE id = ?1", id, now).Run();
+      detail::CachedStatement update(statements, "UPDATE tokens SET last_used = ?2 WHERE id = ?1");
+      detail::BindArgs(*update, id, now);
+      update->Run();
     }
     return user;
   });
