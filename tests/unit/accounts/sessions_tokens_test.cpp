@@ -1,3 +1,5 @@
+#include <sqlite3.h>
+
 #include <fstream>
 #include <iterator>
 
@@ -96,6 +98,49 @@ TEST_F(SessionsTokensTest, ListingShowsUseAndRevokingEndsTheToken) {
   EXPECT_FALSE(store().RevokeToken(tokens[0].id));
   EXPECT_FALSE(store().ResolveToken(first));
   EXPECT_TRUE(store().ResolveToken(second));
+}
+
+// A worker keeps its store open across requests while the CLI changes accounts through its own
+// connection: every lookup must see those changes, and none may leave a read open that holds
+// back the other connection's checkpoint.
+TEST_F(SessionsTokensTest, AnOpenStoreSeesOtherConnectionsChangesAndHoldsNoReadBetweenLookups) {
+  std::string sid = store().CreateSession(uid_);
+  std::string token = store().CreateToken("alice");
+  std::string other_sid = store().CreateSession(uid_);
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(store().ResolveSession(sid));
+    ASSERT_TRUE(store().ResolveToken(token));
+    ASSERT_TRUE(store().FindUserByUid(uid_));
+  }
+  EXPECT_FALSE(store().ResolveSession("f00d"));  // a miss also ends its read
+
+  {
+    QUOR::accounts::AccountStoreOptions options;
+    options.users_dir = dir_ + "/users";
+    QUOR::accounts::AccountStore cli(db_path_, options);
+    cli.DeleteSession(sid);
+    ASSERT_TRUE(cli.RevokeToken(cli.ListTokens().at(0).id));
+  }
+  EXPECT_FALSE(store().ResolveSession(sid));
+  EXPECT_FALSE(store().ResolveToken(token));
+  ASSERT_TRUE(store().ResolveSession(other_sid));
+
+  // No busy timeout here: a read still open in the store fails this at once.
+  sqlite3* raw = nullptr;
+  ASSERT_EQ(sqlite3_open_v2(db_path_.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+  EXPECT_EQ(sqlite3_wal_checkpoint_v2(raw, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr),
+            SQLITE_OK)
+      << sqlite3_errmsg(raw);
+  sqlite3_close(raw);
+
+  {
+    QUOR::accounts::AccountStoreOptions options;
+    options.users_dir = dir_ + "/users";
+    QUOR::accounts::AccountStore cli(db_path_, options);
+    ASSERT_TRUE(cli.DeleteUser("alice"));
+  }
+  EXPECT_FALSE(store().ResolveSession(other_sid));
+  EXPECT_FALSE(store().FindUserByUid(uid_));
 }
 
 }  // namespace
