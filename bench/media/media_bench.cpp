@@ -25,6 +25,7 @@
 #include <tuple>
 #include <vector>
 
+#include "bench/common/test_namespace.h"
 #include "bench_http.h"
 #include "bench_process.h"
 
@@ -335,18 +336,7 @@ int Run() {
 }  // namespace Sonvik::bench
 
 int main(int argc, char** argv) {
-  const char* inside = std::getenv("SONVIK_IN_TEST_NAMESPACE");
-  if (inside == nullptr || std::strcmp(inside, "1") != 0) {
-    // Everything the benchmark sets up must vanish with it: run inside the test namespace.
-    std::string script = std::string(SONVIK_SOURCE_DIR) + "/tests/run_in_namespace.sh";
-    std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
-    std::vector<char*> args = {script.data(), self.data()};
-    for (int i = 1; i < argc; ++i) args.push_back(argv[i]);
-    args.push_back(nullptr);
-    ::execv(script.c_str(), args.data());
-    std::perror("run_in_namespace.sh");
-    return 1;
-  }
+  Sonvik::bench::EnterTestNamespace(argc, argv, SONVIK_SOURCE_DIR);
   curl_global_init(CURL_GLOBAL_DEFAULT);
   int result = Sonvik::bench::Run();
   curl_global_cleanup();

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/common/latencies.h"
 #include "e2e/support/command.h"
 #include "e2e/support/http_client.h"
 #include "e2e/support/sonvik_server.h"
@@ -37,31 +38,7 @@ constexpr const char* kBrowse = "QUOR.Sonvik.VoiceAssistant.Browse";
 constexpr const char* kUser = "bench";
 constexpr const char* kPassword = "bench password 1";
 
-class Latencies {
- public:
-  void Add(double ms) { ms_.push_back(ms); }
-  size_t size() const { return ms_.size(); }
-  double Percentile(double p) const {
-    if (ms_.empty()) return 0;
-    std::vector<double> sorted = ms_;
-    std::sort(sorted.begin(), sorted.end());
-    return sorted[std::min(sorted.size() - 1,
-                           static_cast<size_t>(p / 100.0 * static_cast<double>(sorted.size())))];
-  }
-
- private:
-  std::vector<double> ms_;
-};
-
-double Since(Clock::time_point start) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double ThreadCpuMs() {
-  timespec now{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
-}
+double Since(Clock::time_point start) { return MsSince(start); }
 
 void Check(bool ok, const std::string& what) {
   if (!ok) {
@@ -70,12 +47,7 @@ void Check(bool ok, const std::string& what) {
   }
 }
 
-void Row(const std::string& label, const Latencies& l) {
-  std::cout << "  " << std::left << std::setw(46) << label << std::right << std::fixed
-            << std::setprecision(2) << std::setw(9) << l.Percentile(50) << std::setw(9)
-            << l.Percentile(95) << std::setw(9) << l.Percentile(99) << std::setw(10)
-            << l.Percentile(100) << std::setw(7) << l.size() << "\n";
-}
+void Row(const std::string& label, const Latencies& l) { PrintLatencyRow(label, l, 46); }
 
 struct Query {
   std::string label;

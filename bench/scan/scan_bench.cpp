@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/common/test_namespace.h"
 #include "bench_corpus.h"
 #include "child_process.h"
 #include "mpd_peer.h"
@@ -179,18 +180,7 @@ int RunBenchmark(const Options& options) {
 }  // namespace Sonvik::bench
 
 int main(int argc, char** argv) {
-  const char* inside = std::getenv("SONVIK_IN_TEST_NAMESPACE");
-  if (inside == nullptr || std::strcmp(inside, "1") != 0) {
-    // Everything the benchmark sets up must vanish with it: run inside the test namespace.
-    std::string script = std::string(SONVIK_SOURCE_DIR) + "/tests/run_in_namespace.sh";
-    std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
-    std::vector<char*> args = {script.data(), self.data()};
-    for (int i = 1; i < argc; ++i) args.push_back(argv[i]);
-    args.push_back(nullptr);
-    execv(script.c_str(), args.data());
-    std::perror("run_in_namespace.sh");
-    return 1;
-  }
+  Sonvik::bench::EnterTestNamespace(argc, argv, SONVIK_SOURCE_DIR);
   Sonvik::bench::Options options;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];

@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/common/latencies.h"
 #include "e2e/support/command.h"
 #include "e2e/support/http_client.h"
 #include "e2e/support/sonvik_server.h"
@@ -44,40 +45,9 @@ constexpr const char* kUser = "bench";
 constexpr const char* kPassword = "bench password 1";
 constexpr uint64_t kSeed = 20240611;
 
-class Latencies {
- public:
-  void Add(double ms) { ms_.push_back(ms); }
-  size_t size() const { return ms_.size(); }
-  double Percentile(double p) const {
-    if (ms_.empty()) return 0;
-    std::vector<double> sorted = ms_;
-    std::sort(sorted.begin(), sorted.end());
-    const size_t index = std::min(
-        sorted.size() - 1, static_cast<size_t>(p / 100.0 * static_cast<double>(sorted.size())));
-    return sorted[index];
-  }
+double Since(Clock::time_point start) { return MsSince(start); }
 
- private:
-  std::vector<double> ms_;
-};
-
-// CPU time of this thread: what a query costs without the waits a busy machine adds.
-double ThreadCpuMs() {
-  timespec now{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
-}
-
-double Since(Clock::time_point start) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-void Row(const std::string& label, const Latencies& l) {
-  std::cout << "  " << std::left << std::setw(44) << label << std::right << std::fixed
-            << std::setprecision(2) << std::setw(9) << l.Percentile(50) << std::setw(9)
-            << l.Percentile(95) << std::setw(9) << l.Percentile(99) << std::setw(10)
-            << l.Percentile(100) << std::setw(7) << l.size() << "\n";
-}
+void Row(const std::string& label, const Latencies& l) { PrintLatencyRow(label, l, 44); }
 
 void Header() {
   std::cout << "  " << std::left << std::setw(44) << "(milliseconds)" << std::right << std::setw(9)
