@@ -10,6 +10,8 @@ extra=()
 if [[ "${1:-}" == "--sanitize" ]]; then
   build_dir=build-asan
   extra=(-DSONVIK_SANITIZE=ON)
+  # Leaks inside third-party libraries that our code cannot free are listed there.
+  export LSAN_OPTIONS="suppressions=$PWD/tests/lsan-suppressions.txt:print_suppressions=0"
 fi
 
 if [[ $(id -u) -ne 0 ]]; then
