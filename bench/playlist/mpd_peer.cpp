@@ -1,5 +1,7 @@
 #include "mpd_peer.h"
 
+#include "e2e/support/sonvik_server.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -18,18 +20,6 @@ namespace Sonvik::bench {
 namespace {
 
 namespace fs = std::filesystem;
-
-int FreeLoopbackPort() {
-  int fd = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address));
-  socklen_t length = sizeof(address);
-  getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-  close(fd);
-  return ntohs(address.sin_port);
-}
 
 int Connect(int port) {
   int fd = socket(AF_INET, SOCK_STREAM, 0);
@@ -65,7 +55,7 @@ MpdPeer::MpdPeer(const std::string& work_dir, const std::string& music_folder,
     std::ofstream out(work_dir + "/playlists/" + name + ".m3u");
     for (const auto& song : songs) out << song << "\n";
   }
-  const int port = FreeLoopbackPort();
+  const int port = e2e::SonvikServer::FreePort();
   const std::string conf = work_dir + "/mpd.conf";
   std::ofstream(conf) << "music_directory \"" << music_folder << "\"\n"
                       << "playlist_directory \"" << work_dir << "/playlists\"\n"

@@ -9,6 +9,7 @@
 #include "package/library/library_database.h"
 #include "package/paths.h"
 #include "package/sqlite/statement.h"
+#include "support/library_rows.h"
 
 namespace Sonvik::library::testing {
 
@@ -28,12 +29,7 @@ class LibraryDatabaseTest : public ::testing::Test {
 
   int64_t InsertLibrary(const std::string& path, unsigned owner_uid, const std::string& owner,
                         bool enabled) {
-    sqlite::Statement insert(Db(),
-                             "INSERT INTO libraries (path, owner_uid, owner_name, enabled)"
-                             " VALUES (?, ?, ?, ?)");
-    insert.BindAll(path, owner_uid, owner, enabled ? 1 : 0);
-    insert.Run();
-    return sqlite3_last_insert_rowid(Db());
+    return Sonvik::testing::InsertLibraryRow(Db(), path, owner_uid, owner, enabled);
   }
 
   int64_t InsertTrack(int64_t library_id, const std::string& path, const std::string& title,

@@ -14,6 +14,7 @@
 #include "package/library/library_database.h"
 #include "package/paths.h"
 #include "package/sqlite/statement.h"
+#include "support/library_rows.h"
 #include "support/syslog_capture.h"
 
 namespace Sonvik::playlist::testing {
@@ -62,12 +63,7 @@ class PlaylistDatabaseTest : public ::testing::Test {
 
   int64_t InsertLibrary(const std::string& path, unsigned owner_uid, const std::string& owner,
                         bool enabled) {
-    sqlite::Statement insert(Db(),
-                             "INSERT INTO libraries (path, owner_uid, owner_name, enabled)"
-                             " VALUES (?, ?, ?, ?)");
-    insert.BindAll(path, owner_uid, owner, enabled ? 1 : 0);
-    insert.Run();
-    return sqlite3_last_insert_rowid(Db());
+    return Sonvik::testing::InsertLibraryRow(Db(), path, owner_uid, owner, enabled);
   }
 
   int64_t AddTrack(int64_t library_id, const TrackSpec& spec) {
