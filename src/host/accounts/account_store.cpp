@@ -67,9 +67,34 @@ bool IsValidUserName(const std::string& name) {
   return true;
 }
 
+namespace {
+
+// SQLite's own automatic checkpoint threshold, which installing a WAL hook switches off.
+constexpr int kAutoCheckpointPages = 1000;
+
+// Called after each commit of this connection, once it is durable and its lock released.
+int AfterCommit(void* context, sqlite3* db, const char* schema, int wal_pages) {
+  static_cast<detail::ChangeCounter*>(context)->Raise();
+  if (wal_pages >= kAutoCheckpointPages) {
+    sqlite3_wal_checkpoint_v2(db, schema, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  }
+  return SQLITE_OK;
+}
+
+bool InWalMode(Sonvik::sqlite::Database& db) {
+  Sonvik::sqlite::Statement mode(db.get(), "PRAGMA journal_mode");
+  return mode.Step() && mode.ColumnText(0) == "wal";
+}
+
+}  // namespace
+
 AccountStore::Impl::Impl(const std::string& path, AccountStoreOptions store_options)
-    : options(std::move(store_options)), db(OpenDatabase(path)) {
+    : options(std::move(store_options)), db(OpenDatabase(path)), changes(path + "-changes") {
   detail::InitSodium();
+  // The hook sees every commit of this connection; other processes raise the counter through
+  // their own. It is only called in WAL mode, so without it nothing is cached.
+  sqlite3_wal_hook(db.get(), &AfterCommit, &changes);
+  cache_credentials = changes.valid() && detail::WithAccountErrors([&] { return InWalMode(db); });
 }
 
 int64_t AccountStore::Impl::Now() const {

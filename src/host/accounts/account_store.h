@@ -94,8 +94,9 @@ class AccountStore {
 
   // Sessions: a random id (64 hex digits); expire after an idle time.
   std::string CreateSession(unsigned uid);
-  // Cheap enough for every request: one indexed read, plus a write at most once a minute per
-  // session to note its use.
+  // Cheap enough for every request: a lookup of the last seconds is remembered while no process
+  // has committed to the database since; otherwise one indexed read, plus a write at most once a
+  // minute per session to note its use. Commits raise a counter in "<path>-changes".
   std::optional<User> ResolveSession(const std::string& sid);
   void DeleteSession(const std::string& sid);
 

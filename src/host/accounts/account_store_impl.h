@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "host/accounts/account_store.h"
+#include "host/accounts/change_counter.h"
+#include "host/accounts/credential_cache.h"
 #include "host/accounts/secrets.h"
 #include "host/accounts/statement_cache.h"
 #include "package/sqlite/database.h"
@@ -24,6 +26,12 @@ struct AccountStore::Impl {
   Sonvik::sqlite::Database db;
   // After `db`: the statements must be finalized before the connection closes.
   detail::StatementCache statements{db.get()};
+  // Raised after every commit of every process on this database (see the constructor).
+  detail::ChangeCounter changes;
+  // Only used while `changes` works: without it a cached entry could outlive a logout.
+  bool cache_credentials = false;
+  detail::CredentialCache sessions;
+  detail::CredentialCache tokens;
 };
 
 namespace detail {

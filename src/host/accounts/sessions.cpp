@@ -31,6 +31,13 @@ std::optional<User> AccountStore::ResolveSession(const std::string& sid) {
   if (sid.empty()) return std::nullopt;
   auto digest = detail::DigestSecret(sid);
   int64_t now = impl_->Now();
+  // Read before the database: a commit after this point makes what is cached below stale.
+  uint64_t generation = impl_->changes.Read();
+  if (impl_->cache_credentials) {
+    auto cached =
+        impl_->sessions.Find(digest, generation, now, detail::kLastUsedGranularitySeconds);
+    if (cached) return cached;
+  }
   auto& statements = impl_->statements;
   return detail::WithAccountErrors([&]() -> std::optional<User> {
     User user;
@@ -57,13 +64,16 @@ std::optional<User> AccountStore::ResolveSession(const std::string& sid) {
                                      "UPDATE sessions SET last_used = ?2 WHERE id_digest = ?1");
       detail::BindArgs(*update, digest, now);
       update->Run();
+      last_used = now;
     }
+    if (impl_->cache_credentials) impl_->sessions.Store(digest, user, last_used, generation, now);
     return user;
   });
 }
 
 void AccountStore::DeleteSession(const std::string& sid) {
   auto digest = detail::DigestSecret(sid);
+  impl_->sessions.Forget(digest);
   detail::WithAccountErrors([&] {
     detail::Prepare(impl_->db.get(), "DELETE FROM sessions WHERE id_digest = ?1", digest).Run();
   });

@@ -23,6 +23,13 @@ std::string AccountStore::CreateToken(const std::string& user_name) {
 std::optional<User> AccountStore::ResolveToken(const std::string& token) {
   if (token.empty()) return std::nullopt;
   auto digest = detail::DigestSecret(token);
+  int64_t now = impl_->Now();
+  // Read before the database: a commit after this point makes what is cached below stale.
+  uint64_t generation = impl_->changes.Read();
+  if (impl_->cache_credentials) {
+    auto cached = impl_->tokens.Find(digest, generation, now, detail::kLastUsedGranularitySeconds);
+    if (cached) return cached;
+  }
   auto& statements = impl_->statements;
   return detail::WithAccountErrors([&]() -> std::optional<User> {
     int64_t id = 0;
@@ -40,12 +47,13 @@ std::optional<User> AccountStore::ResolveToken(const std::string& token) {
       last_used = select->ColumnInt64(3);
     }
 
-    int64_t now = impl_->Now();
     if (now - last_used >= detail::kLastUsedGranularitySeconds) {
       detail::CachedStatement update(statements, "UPDATE tokens SET last_used = ?2 WHERE id = ?1");
       detail::BindArgs(*update, id, now);
       update->Run();
+      last_used = now;
     }
+    if (impl_->cache_credentials) impl_->tokens.Store(digest, user, last_used, generation, now);
     return user;
   });
 }

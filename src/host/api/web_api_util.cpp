@@ -4,6 +4,7 @@
 #include <json/writer.h>
 
 #include <memory>
+#include <sstream>
 
 namespace QUOR {
 
@@ -17,10 +18,19 @@ Json::Value WebAPIUtil::ParseJson(const std::string& text) {
 }
 
 std::string WebAPIUtil::ToCompactString(const Json::Value& value) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  builder["emitUTF8"] = true;
-  return Json::writeString(builder, value);
+  // Every answer goes through here: building a writer and a stream per call cost more than
+  // writing a small answer.
+  thread_local const std::unique_ptr<Json::StreamWriter> writer = [] {
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    builder["emitUTF8"] = true;
+    return std::unique_ptr<Json::StreamWriter>(builder.newStreamWriter());
+  }();
+  thread_local std::ostringstream out;
+  out.str(std::string());
+  out.clear();
+  writer->write(value, &out);
+  return std::move(out).str();
 }
 
 }  // namespace QUOR

@@ -1,7 +1,10 @@
 #include "host/server/cgi_environment.h"
 
+#include <unistd.h>
+
 #include <cctype>
 #include <cstdlib>
+#include <string_view>
 
 namespace QUOR::server {
 
@@ -51,13 +54,25 @@ CgiVariables MakeCgiVariables(const HttpRequest& request) {
   return variables;
 }
 
-CgiEnvironmentScope::CgiEnvironmentScope(const HttpRequest& request)
-    : variables_(MakeCgiVariables(request)) {
-  for (const auto& [name, value] : variables_) setenv(name.c_str(), value.c_str(), 1);
+CgiEnvironmentScope::CgiEnvironmentScope(const HttpRequest& request) : saved_(environ) {
+  CgiVariables variables = MakeCgiVariables(request);
+  entries_.reserve(variables.size());
+  for (const auto& [name, value] : variables) entries_.push_back(name + "=" + value);
+  auto set_here = [&variables](std::string_view entry) {
+    std::string_view name = entry.substr(0, entry.find('='));
+    for (const auto& variable : variables) {
+      if (variable.first == name) return true;
+    }
+    return false;
+  };
+  for (char** inherited = saved_; inherited != nullptr && *inherited != nullptr; ++inherited) {
+    if (!set_here(*inherited)) environment_.push_back(*inherited);
+  }
+  for (std::string& entry : entries_) environment_.push_back(entry.data());
+  environment_.push_back(nullptr);
+  environ = environment_.data();
 }
 
-CgiEnvironmentScope::~CgiEnvironmentScope() {
-  for (const auto& [name, value] : variables_) unsetenv(name.c_str());
-}
+CgiEnvironmentScope::~CgiEnvironmentScope() { environ = saved_; }
 
 }  // namespace QUOR::server

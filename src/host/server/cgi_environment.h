@@ -15,7 +15,10 @@ using CgiVariables = std::vector<std::pair<std::string, std::string>>;
 // no use for them and they must not leak into anything a handler might log or spawn.
 CgiVariables MakeCgiVariables(const HttpRequest& request);
 
-// Sets the variables for its lifetime and removes them afterwards.
+// Gives the process an environment of its own plus the request's variables for its lifetime, and
+// puts the old one back afterwards. It swaps `environ` rather than calling setenv: glibc keeps
+// every value ever set through setenv for the life of the process, and query strings differ on
+// every request.
 class CgiEnvironmentScope {
  public:
   explicit CgiEnvironmentScope(const HttpRequest& request);
@@ -24,7 +27,9 @@ class CgiEnvironmentScope {
   CgiEnvironmentScope& operator=(const CgiEnvironmentScope&) = delete;
 
  private:
-  CgiVariables variables_;
+  std::vector<std::string> entries_;  // "NAME=value"
+  std::vector<char*> environment_;
+  char** saved_ = nullptr;
 };
 
 }  // namespace QUOR::server

@@ -1,10 +1,13 @@
 #include "host/server/server.h"
 
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <charconv>
+#include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <stdexcept>
@@ -21,8 +24,25 @@ namespace {
 
 constexpr int kMaxPool = 256;
 
+// The stderr copy of the log is for whoever watches the terminal or a log file. Nobody reads
+// /dev/null, and under systemd stderr is the journal, which has the syslog line already.
+bool StderrIsWorthACopy() {
+  struct stat info {};
+  if (fstat(STDERR_FILENO, &info) != 0) return false;
+  if (S_ISCHR(info.st_mode) && info.st_rdev == makedev(1, 3)) return false;  // /dev/null
+  if (const char* journal = std::getenv("JOURNAL_STREAM")) {                 // "DEVICE:INODE"
+    unsigned long long device = 0, inode = 0;
+    if (std::sscanf(journal, "%llu:%llu", &device, &inode) == 2 && device == info.st_dev &&
+        inode == info.st_ino) {
+      return false;
+    }
+  }
+  return true;
+}
+
 void OpenLog(bool foreground) {
-  openlog("sonvik", LOG_PID | LOG_NDELAY | (foreground ? LOG_PERROR : 0), LOG_DAEMON);
+  bool copy_to_stderr = foreground && StderrIsWorthACopy();
+  openlog("sonvik", LOG_PID | LOG_NDELAY | (copy_to_stderr ? LOG_PERROR : 0), LOG_DAEMON);
 }
 
 void RequireFile(const char* path) {

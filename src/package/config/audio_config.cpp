@@ -8,7 +8,7 @@
 
 extern "C" int QUORAudioDefaultConfCheck(const char* key, const char* expected, int /*flags*/) {
   if (key == nullptr || expected == nullptr) return 0;
-  auto values = Sonvik::util::ReadKeyValueFile(Sonvik::paths::kAudioConf);
+  auto values = Sonvik::util::ReadKeyValueFileCached(Sonvik::paths::kAudioConf);
   if (!values) return 0;
   auto it = values->find(key);
   return it != values->end() && it->second == expected ? 1 : 0;

@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <ctime>
 #include <fstream>
+#include <mutex>
 
 #include "package/util/atomic_file.h"
 
@@ -39,6 +41,58 @@ std::optional<std::map<std::string, std::string>> ReadKeyValueFile(const std::st
   return values;
 }
 
+namespace {
+
+struct FileIdentity {
+  dev_t device = 0;
+  ino_t inode = 0;
+  off_t size = 0;
+  timespec modified{};
+  timespec changed{};
+
+  bool operator==(const FileIdentity& other) const {
+    return device == other.device && inode == other.inode && size == other.size &&
+           modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec &&
+           changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
+  }
+};
+
+struct CachedFile {
+  FileIdentity identity;
+  std::shared_ptr<const std::map<std::string, std::string>> values;
+};
+
+// Long enough to cover any file system's timestamp granularity.
+constexpr time_t kSettledSeconds = 2;
+
+}  // namespace
+
+std::shared_ptr<const std::map<std::string, std::string>> ReadKeyValueFileCached(
+    const std::string& path) {
+  static std::mutex mutex;
+  static std::map<std::string, CachedFile> cache;
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0) return nullptr;
+  FileIdentity identity{info.st_dev, info.st_ino, info.st_size, info.st_mtim, info.st_ctim};
+  {
+    std::lock_guard lock(mutex);
+    auto it = cache.find(path);
+    if (it != cache.end() && it->second.identity == identity) return it->second.values;
+  }
+  auto values = ReadKeyValueFile(path);
+  if (!values) return nullptr;
+  auto shared = std::make_shared<const std::map<std::string, std::string>>(std::move(*values));
+  bool settled = info.st_ctim.tv_sec + kSettledSeconds < time(nullptr) &&
+                 info.st_mtim.tv_sec + kSettledSeconds < time(nullptr);
+  std::lock_guard lock(mutex);
+  if (settled) {
+    cache[path] = CachedFile{identity, shared};
+  } else {
+    cache.erase(path);
+  }
+  return shared;
+}
+
 bool WriteKeyValueFileAtomically(const std::string& path,
                                  const std::map<std::string, std::string>& values) {
   std::string content;
@@ -51,7 +105,7 @@ bool WriteKeyValueFileAtomically(const std::string& path,
 extern "C" int QLIBCFileGetKeyValue(const char* path, const char* key, char* buffer,
                                     int buffer_length, int /*flags*/) {
   if (path == nullptr || key == nullptr || buffer == nullptr || buffer_length < 1) return -1;
-  auto values = Sonvik::util::ReadKeyValueFile(path);
+  auto values = Sonvik::util::ReadKeyValueFileCached(path);
   if (!values) return -1;
   auto it = values->find(key);
   if (it == values->end()) return 0;

@@ -1,6 +1,7 @@
 #pragma once
 // Key/value files of the package: `key=value` or `key="value"` lines, `#` comments.
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -8,6 +9,13 @@ namespace Sonvik::util {
 
 // Reads the whole file; nullopt when it cannot be opened.
 std::optional<std::map<std::string, std::string>> ReadKeyValueFile(const std::string& path);
+
+// The same, for files read on every request (INFO, audio.conf): the parsed content is kept per
+// process and re-read only when the file's identity (inode, size, times) changes. A file changed
+// within the last seconds is always re-read, since a rewrite in place may keep its identity
+// within the file system's timestamp resolution.
+std::shared_ptr<const std::map<std::string, std::string>> ReadKeyValueFileCached(
+    const std::string& path);
 
 // Writes the map atomically: a temporary file beside `path`, fsync, rename, fsync of the folder.
 // False (with errno set) on failure; the old file is then untouched.

@@ -1,8 +1,10 @@
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <iterator>
 
+#include "host/accounts/credential_cache.h"
 #include "unit/accounts/test_store.h"
 
 namespace Sonvik::testing {
@@ -141,6 +143,53 @@ TEST_F(SessionsTokensTest, AnOpenStoreSeesOtherConnectionsChangesAndHoldsNoReadB
   }
   EXPECT_FALSE(store().ResolveSession(other_sid));
   EXPECT_FALSE(store().FindUserByUid(uid_));
+}
+
+// Lookups are remembered between requests. A change made through any store is seen at once;
+// one made behind the stores' back (a restored backup, a writer killed before it could tell
+// the others) is seen within seconds, never later.
+TEST_F(SessionsTokensTest, RememberedLookupsNeverOutliveAChangeForMoreThanSeconds) {
+  std::string sid = store().CreateSession(uid_);
+  std::string token = store().CreateToken("alice");
+  // The token's first use is noted, a commit: what was remembered before it is stale.
+  for (int round = 0; round < 2; ++round) {
+    ASSERT_TRUE(store().ResolveSession(sid));
+    ASSERT_TRUE(store().ResolveToken(token));
+  }
+
+  sqlite3* raw = nullptr;
+  ASSERT_EQ(sqlite3_open_v2(db_path_.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+  ASSERT_EQ(
+      sqlite3_exec(raw, "DELETE FROM sessions; DELETE FROM tokens;", nullptr, nullptr, nullptr),
+      SQLITE_OK)
+      << sqlite3_errmsg(raw);
+  sqlite3_close(raw);
+  // Remembered from a moment ago, and the counter did not move.
+  EXPECT_TRUE(store().ResolveSession(sid));
+  EXPECT_TRUE(store().ResolveToken(token));
+  now_ += QUOR::accounts::detail::CredentialCache::kMaxAgeSeconds;
+  EXPECT_FALSE(store().ResolveSession(sid));
+  EXPECT_FALSE(store().ResolveToken(token));
+
+  // Through a store, the very next lookup elsewhere sees it.
+  sid = store().CreateSession(uid_);
+  token = store().CreateToken("alice");
+  ASSERT_TRUE(store().ResolveSession(sid));
+  ASSERT_TRUE(store().ResolveToken(token));
+  {
+    QUOR::accounts::AccountStoreOptions options;
+    options.users_dir = dir_ + "/users";
+    options.clock = [this] { return now_; };
+    QUOR::accounts::AccountStore other(db_path_, options);
+    other.SetPassword("alice", "new");  // ends her sessions, keeps tokens
+    EXPECT_FALSE(store().ResolveSession(sid));
+    EXPECT_TRUE(store().ResolveToken(token));
+    ASSERT_TRUE(other.RevokeToken(other.ListTokens().at(0).id));
+    EXPECT_FALSE(store().ResolveToken(token));
+  }
+  struct stat info {};
+  ASSERT_EQ(stat((db_path_ + "-changes").c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0600u);
 }
 
 }  // namespace

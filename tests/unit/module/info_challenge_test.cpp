@@ -3,6 +3,7 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -55,6 +56,28 @@ TEST_F(PackageFiles, InfoAnswersBuildAndCapabilities) {
   response = Call(GetBasicInformation);
   ASSERT_EQ(response.data()["transcode_capability"].size(), 1u);
   EXPECT_TRUE(CapturedLog().empty());
+}
+
+// Info reads INFO and audio.conf on every request, from memory once the files have settled: a
+// later change, however made, must still show at once.
+TEST_F(PackageFiles, InfoSeesAChangeToASettledFileAtOnce) {
+  Write(paths::kInfoFile, "version=\"1.2.3-1111\"\n");
+  Write(paths::kAudioConf, "support_transcode_mp3=\"yes\"\n");
+  // Older than any file system's timestamp granularity, so that the reads below are kept.
+  sleep(3);
+  auto build = [] { return Call(GetBasicInformation).data()["version"].asInt(); };
+  ASSERT_EQ(build(), 1111);
+  ASSERT_EQ(build(), 1111);
+  {  // rewritten in place, same size
+    std::fstream file(paths::kInfoFile, std::ios::in | std::ios::out);
+    file << "version=\"1.2.3-2222\"\n";
+  }
+  EXPECT_EQ(build(), 2222);
+  Write(std::string(paths::kInfoFile) + ".new", "version=\"1.2.3-3333\"\n");
+  fs::rename(std::string(paths::kInfoFile) + ".new", paths::kInfoFile);
+  EXPECT_EQ(build(), 3333);
+  Write(paths::kAudioConf, "support_transcode_mp3=\"no\"\n");
+  EXPECT_EQ(Call(GetBasicInformation).data()["transcode_capability"].size(), 1u);
 }
 
 TEST_F(PackageFiles, InfoBuildNumberParsing) {

@@ -76,13 +76,22 @@ TEST(CgiEnvironment, HeadersBecomeVariablesWithoutCredentials) {
   EXPECT_EQ(value("HTTP_AUTHORIZATION"), std::nullopt);
   EXPECT_EQ(value("HTTP_COOKIE"), std::nullopt);
   EXPECT_EQ(value("HTTP_X.ODD"), std::nullopt);
+  // The worker's own variables stay visible; one of the same name as a request's is hidden
+  // for the request and is back afterwards.
+  setenv("QUERY_STRING", "the worker's own", 1);
+  setenv("SONVIK_TEST_OUTER", "kept", 1);
   {
     CgiEnvironmentScope scope(request);
     ASSERT_NE(std::getenv("HTTP_RANGE"), nullptr);
     EXPECT_STREQ(std::getenv("HTTP_RANGE"), "bytes=0-99");
+    EXPECT_STREQ(std::getenv("QUERY_STRING"), "api=x&_sid=s");
+    EXPECT_STREQ(std::getenv("SONVIK_TEST_OUTER"), "kept");
   }
   EXPECT_EQ(std::getenv("HTTP_RANGE"), nullptr);
   EXPECT_EQ(std::getenv("REQUEST_METHOD"), nullptr);
+  EXPECT_STREQ(std::getenv("QUERY_STRING"), "the worker's own");
+  unsetenv("QUERY_STRING");
+  unsetenv("SONVIK_TEST_OUTER");
 }
 
 TEST(ServeOptions, ListenAddressAndPoolSize) {
