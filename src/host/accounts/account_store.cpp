@@ -155,7 +155,8 @@ User AccountStore::AddUser(const std::string& name, const std::string& password,
 
 std::optional<User> AccountStore::FindUser(const std::string& name) {
   return detail::WithAccountErrors([&]() -> std::optional<User> {
-    detail::CachedStatement select(impl_->statements, "SELECT uid FROM users WHERE name = ?1");
+    Sonvik::sqlite::CachedStatement select(impl_->statements,
+                                           "SELECT uid FROM users WHERE name = ?1");
     detail::BindArgs(*select, name);
     if (!select->Step()) return std::nullopt;
     return impl_->MakeUser(select->ColumnInt64(0), name);
@@ -164,7 +165,8 @@ std::optional<User> AccountStore::FindUser(const std::string& name) {
 
 std::optional<User> AccountStore::FindUserByUid(unsigned uid) {
   return detail::WithAccountErrors([&]() -> std::optional<User> {
-    detail::CachedStatement select(impl_->statements, "SELECT name FROM users WHERE uid = ?1");
+    Sonvik::sqlite::CachedStatement select(impl_->statements,
+                                           "SELECT name FROM users WHERE uid = ?1");
     detail::BindArgs(*select, uid);
     if (!select->Step()) return std::nullopt;
     return impl_->MakeUser(uid, select->ColumnText(0));

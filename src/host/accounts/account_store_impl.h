@@ -8,10 +8,10 @@
 #include "host/accounts/change_counter.h"
 #include "host/accounts/credential_cache.h"
 #include "host/accounts/secrets.h"
-#include "host/accounts/statement_cache.h"
 #include "package/sqlite/database.h"
 #include "package/sqlite/error.h"
 #include "package/sqlite/statement.h"
+#include "package/sqlite/statement_cache.h"
 #include "package/sqlite/transaction.h"
 
 namespace QUOR::accounts {
@@ -25,7 +25,7 @@ struct AccountStore::Impl {
   AccountStoreOptions options;
   Sonvik::sqlite::Database db;
   // After `db`: the statements must be finalized before the connection closes.
-  detail::StatementCache statements{db.get()};
+  Sonvik::sqlite::StatementCache statements{db.get()};
   // Raised after every commit of every process on this database (see the constructor).
   detail::ChangeCounter changes;
   // Only used while `changes` works: without it a cached entry could outlive a logout.

@@ -43,7 +43,7 @@ std::optional<User> AccountStore::ResolveSession(const std::string& sid) {
     User user;
     int64_t last_used = 0;
     {
-      detail::CachedStatement select(
+      Sonvik::sqlite::CachedStatement select(
           statements,
           "SELECT s.uid, u.name, s.last_used FROM sessions s JOIN users u ON u.uid = s.uid "
           "WHERE s.id_digest = ?1");
@@ -54,14 +54,15 @@ std::optional<User> AccountStore::ResolveSession(const std::string& sid) {
     }
 
     if (last_used <= now - impl_->options.session_idle_seconds) {
-      detail::CachedStatement remove(statements, "DELETE FROM sessions WHERE id_digest = ?1");
+      Sonvik::sqlite::CachedStatement remove(statements,
+                                             "DELETE FROM sessions WHERE id_digest = ?1");
       detail::BindArgs(*remove, digest);
       remove->Run();
       return std::nullopt;
     }
     if (now - last_used >= detail::kLastUsedGranularitySeconds) {
-      detail::CachedStatement update(statements,
-                                     "UPDATE sessions SET last_used = ?2 WHERE id_digest = ?1");
+      Sonvik::sqlite::CachedStatement update(
+          statements, "UPDATE sessions SET last_used = ?2 WHERE id_digest = ?1");
       detail::BindArgs(*update, digest, now);
       update->Run();
       last_used = now;

@@ -36,7 +36,7 @@ std::optional<User> AccountStore::ResolveToken(const std::string& token) {
     User user;
     int64_t last_used = 0;
     {
-      detail::CachedStatement select(
+      Sonvik::sqlite::CachedStatement select(
           statements,
           "SELECT t.id, t.uid, u.name, t.last_used FROM tokens t JOIN users u ON u.uid = t.uid "
           "WHERE t.secret_digest = ?1");
@@ -48,7 +48,8 @@ std::optional<User> AccountStore::ResolveToken(const std::string& token) {
     }
 
     if (now - last_used >= detail::kLastUsedGranularitySeconds) {
-      detail::CachedStatement update(statements, "UPDATE tokens SET last_used = ?2 WHERE id = ?1");
+      Sonvik::sqlite::CachedStatement update(statements,
+                                             "UPDATE tokens SET last_used = ?2 WHERE id = ?1");
       detail::BindArgs(*update, id, now);
       update->Run();
       last_used = now;

@@ -32,6 +32,8 @@ namespace {
 struct ProcessConnection {
   pid_t owner = 0;
   std::unique_ptr<sqlite::Database> db;
+  // Finalized before `db` closes.
+  std::unique_ptr<sqlite::StatementCache> statements;
 };
 ProcessConnection& Connection() {
   static ProcessConnection connection;
@@ -43,20 +45,29 @@ sqlite::Database& ProcessLibraryDatabase() {
   ProcessConnection& connection = Connection();
   if (connection.db != nullptr && connection.owner != getpid()) {
     // Inherited over fork: closing it here could disturb the parent's locks, so let it go.
+    (void)connection.statements.release();
     (void)connection.db.release();
   }
   if (connection.db == nullptr) {
     connection.db = std::make_unique<sqlite::Database>(OpenLibraryDatabase());
+    connection.statements = std::make_unique<sqlite::StatementCache>(connection.db->get());
     connection.owner = getpid();
   }
   return *connection.db;
 }
 
+sqlite::StatementCache& ProcessLibraryStatements() {
+  ProcessLibraryDatabase();
+  return *Connection().statements;
+}
+
 void CloseProcessLibraryDatabase() {
   ProcessConnection& connection = Connection();
   if (connection.owner != getpid()) {
+    (void)connection.statements.release();
     (void)connection.db.release();
   }
+  connection.statements.reset();
   connection.db.reset();
 }
 

@@ -9,6 +9,7 @@
 
 #include "package/paths.h"
 #include "package/sqlite/database.h"
+#include "package/sqlite/statement_cache.h"
 
 namespace Sonvik::library {
 
@@ -23,6 +24,10 @@ sqlite::Database OpenLibraryDatabase(const std::string& path = paths::kLibraryDb
 // fresh connection of its own. Not for use from several threads at once. Throws like
 // OpenLibraryDatabase.
 sqlite::Database& ProcessLibraryDatabase();
+
+// Prepared statements kept on that connection, for the lookups every request makes. Throws like
+// ProcessLibraryDatabase.
+sqlite::StatementCache& ProcessLibraryStatements();
 
 // Closes the process's connection (the next ProcessLibraryDatabase() opens it again); lets
 // tests and the CLI start from a fresh file.

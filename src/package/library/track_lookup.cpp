@@ -10,6 +10,7 @@
 #include "package/library/track_record.h"
 #include "package/library/user_view.h"
 #include "package/sqlite/statement.h"
+#include "package/sqlite/statement_cache.h"
 
 namespace {
 
@@ -68,17 +69,18 @@ extern "C" int QUORMusicGetOneById(const char* scope, unsigned uid, int /*reserv
   // Ids are the table's rowids; the record's id field is 32 bits.
   if (id <= 0 || id > INT32_MAX) return kUnknownTrack;
   try {
-    sqlite3* db = Sonvik::library::ProcessLibraryDatabase().get();
+    auto& statements = Sonvik::library::ProcessLibraryStatements();
+    // The text differs only by user: one prepared statement per user who streams.
     const std::string sql =
         "SELECT t.id, t.path, t.title, t.album, t.artist, t.album_artist, t.genre, t.container,"
         " t.codec, t.year, t.disc, t.track_number, t.duration_ms, t.bitrate, t.sample_rate,"
         " t.channels, t.size, t.mtime_ns, t.virtual_index, t.start_ms, t.end_ms, l.owner_uid"
         " FROM tracks t JOIN libraries l ON l.id = t.library_id WHERE t.id = ? AND " +
         Sonvik::library::UserViewCondition(uid, "t.library_id");
-    Sonvik::sqlite::Statement select(db, sql);
-    select.Bind(1, id);
-    if (!select.Step()) return kUnknownTrack;
-    if (!FillRecord(select, record)) {
+    Sonvik::sqlite::CachedStatement select(statements, sql);
+    select->Bind(1, id);
+    if (!select->Step()) return kUnknownTrack;
+    if (!FillRecord(*select, record)) {
       std::memset(record, 0, sizeof(*record));
       return kLibraryUnreadable;
     }

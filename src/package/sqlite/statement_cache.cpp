@@ -1,13 +1,13 @@
-#include "host/accounts/statement_cache.h"
+#include "package/sqlite/statement_cache.h"
 
-namespace QUOR::accounts::detail {
+namespace Sonvik::sqlite {
 
 StatementCache::Entry& StatementCache::Get(std::string_view sql) {
   for (auto& entry : entries_) {
     if (entry->sql == sql) return *entry;
   }
   auto entry = std::make_unique<Entry>();
-  entry->statement = Sonvik::sqlite::Statement(db_, sql, /*persistent=*/true);
+  entry->statement = Statement(db_, sql, /*persistent=*/true);
   entry->sql = sql;
   entries_.push_back(std::move(entry));
   return *entries_.back();
@@ -32,4 +32,4 @@ CachedStatement::~CachedStatement() {
   }
 }
 
-}  // namespace QUOR::accounts::detail
+}  // namespace Sonvik::sqlite

@@ -1,6 +1,7 @@
 #pragma once
-// Prepared statements kept for the connection's lifetime. Resolving a session or token runs on
-// every request, and preparing its queries each time cost more than running them.
+// Prepared statements kept for the connection's lifetime, for queries that run on every request
+// (resolving a session, looking a track up): preparing them each time cost more than running
+// them.
 #include <sqlite3.h>
 
 #include <memory>
@@ -11,7 +12,7 @@
 
 #include "package/sqlite/statement.h"
 
-namespace QUOR::accounts::detail {
+namespace Sonvik::sqlite {
 
 class StatementCache {
  public:
@@ -21,7 +22,7 @@ class StatementCache {
 
   struct Entry {
     std::string sql;
-    Sonvik::sqlite::Statement statement;
+    Statement statement;
     bool in_use = false;
   };
   // The entry for `sql`, prepared on first use. Throws Sonvik::sqlite::Error.
@@ -44,13 +45,13 @@ class CachedStatement {
   CachedStatement(const CachedStatement&) = delete;
   CachedStatement& operator=(const CachedStatement&) = delete;
 
-  Sonvik::sqlite::Statement& operator*() noexcept { return *statement_; }
-  Sonvik::sqlite::Statement* operator->() noexcept { return statement_; }
+  Statement& operator*() noexcept { return *statement_; }
+  Statement* operator->() noexcept { return statement_; }
 
  private:
   StatementCache::Entry* entry_ = nullptr;  // null when using `own_`
-  std::optional<Sonvik::sqlite::Statement> own_;
-  Sonvik::sqlite::Statement* statement_ = nullptr;
+  std::optional<Statement> own_;
+  Statement* statement_ = nullptr;
 };
 
-}  // namespace QUOR::accounts::detail
+}  // namespace Sonvik::sqlite
