@@ -101,6 +101,13 @@ int64_t AccountStore::Impl::Now() const {
   return options.clock ? options.clock() : static_cast<int64_t>(std::time(nullptr));
 }
 
+std::optional<User> AccountStore::Impl::Remembered(const detail::CredentialCache& cache,
+                                                   const detail::SecretDigest& digest,
+                                                   uint64_t generation, int64_t now) const {
+  if (!cache_credentials) return std::nullopt;
+  return cache.Find(digest, generation, now, detail::kLastUsedGranularitySeconds);
+}
+
 User AccountStore::Impl::MakeUser(int64_t uid, std::string_view name) const {
   User user;
   user.uid = static_cast<unsigned>(uid);

@@ -98,11 +98,16 @@ class AccountStore {
   // has committed to the database since; otherwise one indexed read, plus a write at most once a
   // minute per session to note its use. Commits raise a counter in "<path>-changes".
   std::optional<User> ResolveSession(const std::string& sid);
+  // ResolveSession's answer when this store still remembers it, without touching the database
+  // (so without needing its file permissions); nullopt means "ask ResolveSession".
+  std::optional<User> RememberedSession(const std::string& sid);
   void DeleteSession(const std::string& sid);
 
   // API tokens: the secret (64 hex digits) is shown once; only its digest is stored.
   std::string CreateToken(const std::string& user_name);
   std::optional<User> ResolveToken(const std::string& token);
+  // As RememberedSession, for tokens.
+  std::optional<User> RememberedToken(const std::string& token);
   std::vector<TokenInfo> ListTokens();
   bool RevokeToken(int64_t id);
 

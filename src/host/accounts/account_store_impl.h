@@ -1,5 +1,6 @@
 #pragma once
 // What the AccountStore's source files share.
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -21,6 +22,10 @@ struct AccountStore::Impl {
 
   int64_t Now() const;
   User MakeUser(int64_t uid, std::string_view name) const;
+  // The remembered user for `digest` in `cache`, if still trustworthy at `generation`.
+  std::optional<User> Remembered(const detail::CredentialCache& cache,
+                                 const detail::SecretDigest& digest, uint64_t generation,
+                                 int64_t now) const;
 
   AccountStoreOptions options;
   Sonvik::sqlite::Database db;

@@ -33,10 +33,8 @@ std::optional<User> AccountStore::ResolveSession(const std::string& sid) {
   int64_t now = impl_->Now();
   // Read before the database: a commit after this point makes what is cached below stale.
   uint64_t generation = impl_->changes.Read();
-  if (impl_->cache_credentials) {
-    auto cached =
-        impl_->sessions.Find(digest, generation, now, detail::kLastUsedGranularitySeconds);
-    if (cached) return cached;
+  if (auto remembered = impl_->Remembered(impl_->sessions, digest, generation, now)) {
+    return remembered;
   }
   auto& statements = impl_->statements;
   return detail::WithAccountErrors([&]() -> std::optional<User> {
@@ -70,6 +68,12 @@ std::optional<User> AccountStore::ResolveSession(const std::string& sid) {
     if (impl_->cache_credentials) impl_->sessions.Store(digest, user, last_used, generation, now);
     return user;
   });
+}
+
+std::optional<User> AccountStore::RememberedSession(const std::string& sid) {
+  if (sid.empty()) return std::nullopt;
+  return impl_->Remembered(impl_->sessions, detail::DigestSecret(sid), impl_->changes.Read(),
+                           impl_->Now());
 }
 
 void AccountStore::DeleteSession(const std::string& sid) {

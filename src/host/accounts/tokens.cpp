@@ -26,9 +26,8 @@ std::optional<User> AccountStore::ResolveToken(const std::string& token) {
   int64_t now = impl_->Now();
   // Read before the database: a commit after this point makes what is cached below stale.
   uint64_t generation = impl_->changes.Read();
-  if (impl_->cache_credentials) {
-    auto cached = impl_->tokens.Find(digest, generation, now, detail::kLastUsedGranularitySeconds);
-    if (cached) return cached;
+  if (auto remembered = impl_->Remembered(impl_->tokens, digest, generation, now)) {
+    return remembered;
   }
   auto& statements = impl_->statements;
   return detail::WithAccountErrors([&]() -> std::optional<User> {
@@ -57,6 +56,12 @@ std::optional<User> AccountStore::ResolveToken(const std::string& token) {
     if (impl_->cache_credentials) impl_->tokens.Store(digest, user, last_used, generation, now);
     return user;
   });
+}
+
+std::optional<User> AccountStore::RememberedToken(const std::string& token) {
+  if (token.empty()) return std::nullopt;
+  return impl_->Remembered(impl_->tokens, detail::DigestSecret(token), impl_->changes.Read(),
+                           impl_->Now());
 }
 
 std::vector<TokenInfo> AccountStore::ListTokens() {

@@ -133,9 +133,18 @@ void Dispatcher::Route(Call& call) {
   PresentedCredentials credentials = FindCredentials(request, call.params);
   std::optional<accounts::User> user;
   try {
-    ScopedRoot root(identity_);
-    if (credentials.session_id) user = store->ResolveSession(*credentials.session_id);
-    if (!user && credentials.token) user = store->ResolveToken(*credentials.token);
+    // A login remembered from the last seconds needs neither the database nor root. A session
+    // id takes precedence over a token, as below.
+    if (credentials.session_id) {
+      user = store->RememberedSession(*credentials.session_id);
+    } else if (credentials.token) {
+      user = store->RememberedToken(*credentials.token);
+    }
+    if (!user) {
+      ScopedRoot root(identity_);
+      if (credentials.session_id) user = store->ResolveSession(*credentials.session_id);
+      if (!user && credentials.token) user = store->ResolveToken(*credentials.token);
+    }
   } catch (const std::exception& e) {
     syslog(LOG_ERR, "account store failed while checking a login: %s", e.what());
     store_.reset();

@@ -151,11 +151,16 @@ TEST_F(SessionsTokensTest, AnOpenStoreSeesOtherConnectionsChangesAndHoldsNoReadB
 TEST_F(SessionsTokensTest, RememberedLookupsNeverOutliveAChangeForMoreThanSeconds) {
   std::string sid = store().CreateSession(uid_);
   std::string token = store().CreateToken("alice");
+  EXPECT_FALSE(store().RememberedSession(sid));  // never resolved here
   // The token's first use is noted, a commit: what was remembered before it is stale.
   for (int round = 0; round < 2; ++round) {
     ASSERT_TRUE(store().ResolveSession(sid));
     ASSERT_TRUE(store().ResolveToken(token));
   }
+  ASSERT_TRUE(store().RememberedSession(sid));
+  EXPECT_EQ(store().RememberedSession(sid)->uid, uid_);
+  EXPECT_EQ(store().RememberedToken(token)->name, "alice");
+  EXPECT_FALSE(store().RememberedToken(sid));
 
   sqlite3* raw = nullptr;
   ASSERT_EQ(sqlite3_open_v2(db_path_.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
@@ -182,6 +187,7 @@ TEST_F(SessionsTokensTest, RememberedLookupsNeverOutliveAChangeForMoreThanSecond
     options.clock = [this] { return now_; };
     QUOR::accounts::AccountStore other(db_path_, options);
     other.SetPassword("alice", "new");  // ends her sessions, keeps tokens
+    EXPECT_FALSE(store().RememberedSession(sid));
     EXPECT_FALSE(store().ResolveSession(sid));
     EXPECT_TRUE(store().ResolveToken(token));
     ASSERT_TRUE(other.RevokeToken(other.ListTokens().at(0).id));
