@@ -106,18 +106,22 @@ double ProcessTreeCpuSeconds(pid_t pid) {
     std::ifstream stat(std::string("/proc/") + entry->d_name + "/stat");
     std::string line;
     std::getline(stat, line);
-    // Fields after the command (in parentheses): state ppid ... utime (14) stime (15).
+    // Fields after the command (in parentheses): state ppid ... utime (14) stime (15)
+    // cutime (16) cstime (17).
     size_t close = line.rfind(')');
     if (close == std::string::npos) continue;
     std::istringstream fields(line.substr(close + 2));
     std::string field;
     std::vector<std::string> values;
     while (fields >> field) values.push_back(field);
-    if (values.size() < 13) continue;
+    if (values.size() < 15) continue;
     pid_t self = std::atoi(entry->d_name);
     pid_t parent = std::atoi(values[1].c_str());
     if (self != pid && parent != pid) continue;
     total += (std::atof(values[11].c_str()) + std::atof(values[12].c_str())) / ticks;
+    // Children that have exited (a worker retiring) leave their time with the parent.
+    if (self == pid)
+      total += (std::atof(values[13].c_str()) + std::atof(values[14].c_str())) / ticks;
   }
   ::closedir(proc);
   return total;

@@ -14,7 +14,8 @@ std::string RunOrDie(const std::vector<std::string>& args, const std::string& in
 // Runs `args` to completion like RunOrDie and answers the CPU seconds (user + system) it used.
 double RunAndMeasureCpu(const std::vector<std::string>& args);
 
-// CPU seconds (user + system) used so far by process `pid` and its direct children.
+// CPU seconds (user + system) used so far by process `pid` and its direct children, those that
+// have exited included.
 double ProcessTreeCpuSeconds(pid_t pid);
 
 // A process started in the background with stdout and stderr into `log_path`; SIGTERM and

@@ -1,16 +1,20 @@
 #include "host/server/master.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <signal.h>
 #include <sys/epoll.h>
+#include <sys/ioctl.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
@@ -34,6 +38,8 @@ constexpr uint64_t kWorkerKind = 4;
 uint64_t Tag(uint64_t kind, uint64_t id) { return (kind << kKindShift) | id; }
 
 constexpr size_t kMaxConnections = 4096;
+// Slots in the shared table: the largest pool `serve --workers` allows.
+constexpr size_t kMaxWorkers = 256;
 constexpr size_t kReadChunk = 16 * 1024;
 // What a connection may hold unparsed: a full request and a little of the next.
 constexpr size_t kMaxBuffered = limits::kMaxHeadBytes + limits::kMaxBodyBytes + kReadChunk;
@@ -74,7 +80,12 @@ void EpollControl(int epoll, int op, int fd, uint32_t events, uint64_t tag) {
 }  // namespace
 
 Master::Master(Sonvik::util::UniqueFd listener, PoolSize pool, WorkerMain worker_main)
-    : listener_(std::move(listener)), pool_(pool), worker_main_(std::move(worker_main)) {
+    : listener_(std::move(listener)),
+      pool_(pool),
+      worker_main_(std::move(worker_main)),
+      slots_(kMaxWorkers),
+      slot_taken_(kMaxWorkers, false) {
+  MakeChannelPair(&queue_, &workers_queue_);
   epoll_.Reset(epoll_create1(EPOLL_CLOEXEC));
   if (!epoll_.valid()) throw std::system_error(errno, std::generic_category(), "epoll_create1");
   sigset_t stop_and_child;
@@ -136,12 +147,11 @@ int Master::NextTimeoutMs() const {
   auto next = now + std::chrono::seconds(1);
   if (!deadlines_.empty() && deadlines_.begin()->first < next) next = deadlines_.begin()->first;
   if (draining_ && drain_deadline_ < next) next = drain_deadline_;
-  // Wake when the oldest queued request becomes overdue, if the pool may still grow for it.
+  // Wake when the oldest waiting request becomes overdue, if the pool may still grow for it.
   // Once it is overdue MaintainPool has acted on it; waking again at once would spin.
-  if (!queue_.empty() && ActiveWorkers() < pool_.max_workers) {
-    auto front = connections_.find(queue_.front());
-    if (front != connections_.end()) {
-      auto overdue_at = front->second->queued_at + kGrowAfterWait;
+  if ((!backlog_.empty() || !handed_.empty()) && ActiveWorkers() < pool_.max_workers) {
+    if (auto oldest = OldestWaiting()) {
+      auto overdue_at = *oldest + kGrowAfterWait;
       if (overdue_at > now && overdue_at < next) next = overdue_at;
     }
   }
@@ -260,39 +270,35 @@ void Master::Dispatch(Connection& connection) {
   connection.state = ConnectionState::kQueued;
   connection.queued_at = Clock::now();
   connection.reader.request().client_address = connection.client_address;
-  queue_.push_back(connection.id);
-  AssignQueued();
-  if (!queue_.empty()) MaintainPool();
+  backlog_.push_back(connection.id);
+  FillQueue();
+  if (!backlog_.empty()) MaintainPool();
 }
 
-void Master::AssignQueued() {
-  for (auto& [pid, worker] : workers_) {
-    if (queue_.empty()) return;
-    if (worker.state != WorkerState::kIdle) continue;
-    while (!queue_.empty()) {
-      uint64_t id = queue_.front();
-      queue_.pop_front();
-      auto it = connections_.find(id);
-      if (it == connections_.end()) continue;
-      if (!HandTo(worker, *it->second)) {
-        queue_.push_front(id);
-        RetireWorker(worker);
-      }
-      break;
+void Master::FillQueue() {
+  while (!backlog_.empty()) {
+    uint64_t id = backlog_.front();
+    auto it = connections_.find(id);
+    if (it == connections_.end()) {
+      backlog_.pop_front();
+      continue;
     }
+    Connection& connection = *it->second;
+    uint64_t ticket = next_ticket_;
+    std::string message = EncodeRequestMessage(ticket, connection.reader.request());
+    if (!SendChannelMessage(queue_.get(), message, connection.fd.get(), true)) {
+      if (errno == EAGAIN) return;  // full: the next reply makes room
+      syslog(LOG_ERR, "cannot hand a request to the workers: %s", std::strerror(errno));
+      backlog_.pop_front();
+      CloseConnection(id);
+      continue;
+    }
+    backlog_.pop_front();
+    ++next_ticket_;
+    handed_.emplace(ticket, Handed{id, connection.queued_at});
+    connection.state = ConnectionState::kInWorker;
   }
-}
-
-bool Master::HandTo(Worker& worker, Connection& connection) {
-  std::string message = EncodeRequestMessage(connection.id, connection.reader.request());
-  if (!SendChannelMessage(worker.channel.get(), message, connection.fd.get(), true)) {
-    syslog(LOG_ERR, "cannot hand a request to worker %d: %s", worker.pid, std::strerror(errno));
-    return false;
-  }
-  worker.state = WorkerState::kBusy;
-  worker.connection_id = connection.id;
-  connection.state = ConnectionState::kInWorker;
-  return true;
+  RetireForDrain();
 }
 
 void Master::OnWorkerEvent(pid_t pid) {
@@ -303,40 +309,45 @@ void Master::OnWorkerEvent(pid_t pid) {
   Sonvik::util::UniqueFd ignored;
   // A worker owes at most one reply (it serves one request at a time), so one receive per
   // wake-up is enough; the level-triggered epoll reports anything further.
-  {
-    ReceiveResult result = ReceiveChannelMessage(worker.channel.get(), &message, &ignored, true);
-    if (result == ReceiveResult::kInterrupted) return;  // nothing more now
-    if (result != ReceiveResult::kMessage) {
-      // The worker is gone or going; SIGCHLD does the rest.
-      EpollControl(epoll_.get(), EPOLL_CTL_DEL, worker.channel.get(), 0, 0);
-      worker.channel.Reset();
-      if (worker.state == WorkerState::kIdle) worker.state = WorkerState::kRetiring;
-      return;
-    }
-    ReplyMessage reply;
-    if (!DecodeReply(message, &reply) || reply.connection_id != worker.connection_id) {
-      syslog(LOG_ERR, "worker %d sent a malformed reply", pid);
-      return;
-    }
-    worker.connection_id = 0;
-    if (worker.state == WorkerState::kBusy) worker.state = WorkerState::kIdle;
-    worker.idle_since = Clock::now();
-    auto found = connections_.find(reply.connection_id);
-    if (found != connections_.end()) {
-      if (reply.keep_alive && !draining_) {
-        ResumeConnection(*found->second);
-      } else {
-        CloseConnection(reply.connection_id);
-      }
-    }
-    if (worker.state == WorkerState::kIdle) {
-      if (!queue_.empty()) {
-        AssignQueued();
-      } else if (draining_) {
-        RetireWorker(worker);
-      }
+  ReceiveResult result = ReceiveChannelMessage(worker.channel.get(), &message, &ignored, true);
+  if (result == ReceiveResult::kInterrupted) return;  // nothing more now
+  if (result != ReceiveResult::kMessage) {
+    // The worker is gone or going; SIGCHLD does the rest.
+    EpollControl(epoll_.get(), EPOLL_CTL_DEL, worker.channel.get(), 0, 0);
+    worker.channel.Reset();
+    return;
+  }
+  HandleReply(worker, message);
+}
+
+void Master::HandleReply(Worker& worker, const std::string& message) {
+  ReplyMessage reply;
+  if (!DecodeReply(message, &reply)) {
+    syslog(LOG_ERR, "worker %d sent a malformed reply", worker.pid);
+    return;
+  }
+  if (reply.connection_id == 0) {  // it took a retire message
+    worker.retiring = true;
+    if (retires_pending_ > 0) --retires_pending_;
+    return;
+  }
+  auto handed = handed_.find(reply.connection_id);
+  if (handed == handed_.end()) {
+    syslog(LOG_ERR, "worker %d replied for a request it was not given", worker.pid);
+    return;
+  }
+  uint64_t id = handed->second.connection_id;
+  handed_.erase(handed);
+  worker.idle_since = Clock::now();
+  auto found = connections_.find(id);
+  if (found != connections_.end()) {
+    if (reply.keep_alive && !draining_) {
+      ResumeConnection(*found->second);
+    } else {
+      CloseConnection(id);
     }
   }
+  FillQueue();
 }
 
 void Master::ResumeConnection(Connection& connection) {
@@ -446,10 +457,22 @@ void Master::ReapWorkers() {
     } else if (failed) {
       syslog(LOG_ERR, "worker %d exited with status %d", pid, WEXITSTATUS(status));
     }
-    if (worker.state == WorkerState::kBusy && worker.connection_id != 0) {
-      syslog(LOG_ERR, "worker %d died during a request; its connection is closed", pid);
-      CloseConnection(worker.connection_id);
+    // Its last replies first: what it finished is not lost with it.
+    std::string message;
+    Sonvik::util::UniqueFd ignored;
+    while (worker.channel.valid() && ReceiveChannelMessage(worker.channel.get(), &message, &ignored,
+                                                           true) == ReceiveResult::kMessage) {
+      HandleReply(worker, message);
     }
+    uint64_t ticket = slots_[worker.slot].exchange(0);
+    auto handed = handed_.find(ticket);
+    if (ticket != 0 && handed != handed_.end()) {
+      syslog(LOG_ERR, "worker %d died during a request; its connection is closed", pid);
+      uint64_t id = handed->second.connection_id;
+      handed_.erase(handed);
+      CloseConnection(id);
+    }
+    slot_taken_[worker.slot] = false;
     auto started = started_at_.find(pid);
     // SIGKILL and SIGTERM come from outside (an operator, the OOM killer); they say nothing
     // about whether a new worker can start.
@@ -472,15 +495,47 @@ void Master::ReapWorkers() {
 int Master::ActiveWorkers() const {
   int active = 0;
   for (const auto& [pid, worker] : workers_) {
-    if (worker.state != WorkerState::kRetiring) ++active;
+    if (!worker.retiring) ++active;
   }
-  return active;
+  return active - retires_pending_;
+}
+
+std::vector<uint64_t> Master::ServedTickets() const {
+  std::vector<uint64_t> tickets;
+  for (const auto& [pid, worker] : workers_) {
+    uint64_t ticket = slots_[worker.slot].load(std::memory_order_acquire);
+    if (ticket != 0) tickets.push_back(ticket);
+  }
+  return tickets;
+}
+
+std::optional<Master::Clock::time_point> Master::OldestWaiting() const {
+  std::optional<Clock::time_point> oldest;
+  std::vector<uint64_t> served = ServedTickets();
+  for (const auto& [ticket, handed] : handed_) {
+    if (std::find(served.begin(), served.end(), ticket) != served.end()) continue;
+    oldest = handed.queued_at;  // tickets run in the order handed: the first is the oldest
+    break;
+  }
+  for (uint64_t id : backlog_) {
+    auto it = connections_.find(id);
+    if (it == connections_.end()) continue;
+    if (!oldest || it->second->queued_at < *oldest) oldest = it->second->queued_at;
+    break;
+  }
+  return oldest;
 }
 
 int Master::OverdueRequests(Clock::time_point now) const {
   int overdue = 0;
-  // The queue is in arrival order: the first request not yet overdue ends the count.
-  for (uint64_t id : queue_) {
+  // Both lists are in arrival order: the first request not yet overdue ends each count.
+  std::vector<uint64_t> served = ServedTickets();
+  for (const auto& [ticket, handed] : handed_) {
+    if (std::find(served.begin(), served.end(), ticket) != served.end()) continue;
+    if (now - handed.queued_at < kGrowAfterWait) break;
+    ++overdue;
+  }
+  for (uint64_t id : backlog_) {
     auto it = connections_.find(id);
     if (it == connections_.end()) continue;
     if (now - it->second->queued_at < kGrowAfterWait) break;
@@ -492,25 +547,28 @@ int Master::OverdueRequests(Clock::time_point now) const {
 void Master::MaintainPool() {
   if (draining_) return;
   auto now = Clock::now();
-  AssignQueued();
+  FillQueue();
   int active = ActiveWorkers();
+  bool waiting = !backlog_.empty() || handed_.size() > ServedTickets().size();
   if (now >= spawn_blocked_until_ &&
-      (active < pool_.min_workers || (!queue_.empty() && active < pool_.max_workers))) {
+      (active < pool_.min_workers || (waiting && active < pool_.max_workers))) {
     int overdue = OverdueRequests(now);
     while (active < pool_.min_workers || (overdue > 0 && active < pool_.max_workers)) {
       if (!SpawnWorker()) break;
       ++active;
       --overdue;
     }
-    AssignQueued();
   }
   if (now < next_pool_check_) return;
   next_pool_check_ = now + std::chrono::seconds(1);
-  // Shrink one at a time, so a burst that comes back finds most of the pool still there.
-  if (active > pool_.min_workers) {
+  ReclaimLost();
+  // Shrink one at a time, so a burst that comes back finds most of the pool still there. Any
+  // idle worker may take the message; what counts is that one has been idle this long.
+  if (active > pool_.min_workers && !waiting) {
     for (auto& [pid, worker] : workers_) {
-      if (worker.state == WorkerState::kIdle && now - worker.idle_since > kIdleWorkerTime) {
-        RetireWorker(worker);
+      if (!worker.retiring && slots_[worker.slot].load(std::memory_order_acquire) == 0 &&
+          now - worker.idle_since > kIdleWorkerTime) {
+        RetireOneWorker();
         break;
       }
     }
@@ -518,6 +576,12 @@ void Master::MaintainPool() {
 }
 
 bool Master::SpawnWorker() {
+  auto free_slot = std::find(slot_taken_.begin(), slot_taken_.end(), false);
+  if (free_slot == slot_taken_.end()) {
+    syslog(LOG_ERR, "cannot start a worker: all %zu worker slots are taken", slots_.size());
+    return false;
+  }
+  size_t slot = static_cast<size_t>(free_slot - slot_taken_.begin());
   Sonvik::util::UniqueFd master_end, worker_end;
   MakeChannelPair(&master_end, &worker_end);
   pid_t pid = fork();
@@ -527,16 +591,27 @@ bool Master::SpawnWorker() {
     return false;
   }
   if (pid == 0) {
-    // The worker keeps nothing of the master's but its channel: no listener, no client
-    // sockets (a connection must close when the master closes it), no other channels.
-    closelog();  // before the descriptors go: its socket may have any number, 3 included
-    int channel = dup2(worker_end.get(), 3);
-    close_range(4, UINT_MAX, 0);
-    _exit(channel == 3 ? worker_main_(Sonvik::util::UniqueFd(3)) : 1);
+    // The worker keeps nothing of the master's but its channel and the queue: no listener, no
+    // client sockets (a connection must close when the master closes it), no other channels.
+    closelog();  // before the descriptors go: its socket may have any number, 3 and 4 included
+    // Out of the way first, so that neither lands on the other's final number.
+    int channel = fcntl(worker_end.get(), F_DUPFD, 10);
+    int queue = fcntl(workers_queue_.get(), F_DUPFD, 10);
+    bool placed = channel >= 0 && queue >= 0 && dup2(channel, 3) == 3 && dup2(queue, 4) == 4;
+    close_range(5, UINT_MAX, 0);
+    if (!placed) _exit(1);
+    WorkerLink link;
+    link.channel.Reset(3);
+    link.queue.Reset(4);
+    link.serving = &slots_[slot];
+    _exit(worker_main_(std::move(link)));
   }
+  slot_taken_[slot] = true;
+  slots_[slot].store(0);
   Worker worker;
   worker.pid = pid;
   worker.channel = std::move(master_end);
+  worker.slot = slot;
   worker.idle_since = Clock::now();
   EpollControl(epoll_.get(), EPOLL_CTL_ADD, worker.channel.get(), EPOLLIN,
                Tag(kWorkerKind, static_cast<uint64_t>(pid)));
@@ -545,12 +620,46 @@ bool Master::SpawnWorker() {
   return true;
 }
 
-void Master::RetireWorker(Worker& worker) {
-  if (worker.channel.valid()) {
-    EpollControl(epoll_.get(), EPOLL_CTL_DEL, worker.channel.get(), 0, 0);
-    worker.channel.Reset();  // the worker reads the end of its channel and exits
+void Master::ReclaimLost() {
+  // A worker killed between taking a message and saying so in its slot leaves that message
+  // unaccounted for: a request that would wait forever, or a retirement that never comes. With
+  // the queue empty, an unclaimed ticket seen at two checks a second apart is such a one.
+  int queued_bytes = 0;
+  if (ioctl(queue_.get(), SIOCOUTQ, &queued_bytes) != 0 || queued_bytes != 0) {
+    suspects_.clear();
+    retire_suspect_ = false;
+    return;
   }
-  worker.state = WorkerState::kRetiring;
+  std::vector<uint64_t> served = ServedTickets();
+  std::set<uint64_t> unclaimed;
+  for (const auto& [ticket, handed] : handed_) {
+    if (std::find(served.begin(), served.end(), ticket) == served.end()) unclaimed.insert(ticket);
+  }
+  for (uint64_t ticket : unclaimed) {
+    if (suspects_.count(ticket) == 0) continue;
+    auto handed = handed_.find(ticket);
+    syslog(LOG_ERR, "a worker died as it took a request; its connection is closed");
+    uint64_t id = handed->second.connection_id;
+    handed_.erase(handed);
+    CloseConnection(id);
+  }
+  std::erase_if(unclaimed, [this](uint64_t ticket) { return handed_.count(ticket) == 0; });
+  suspects_ = std::move(unclaimed);
+  if (retire_suspect_ && retires_pending_ > 0) retires_pending_ = 0;
+  retire_suspect_ = retires_pending_ > 0;
+}
+
+bool Master::RetireOneWorker() {
+  if (!SendChannelMessage(queue_.get(), EncodeRetireMessage(), -1, true)) return false;
+  ++retires_pending_;
+  return true;
+}
+
+void Master::RetireForDrain() {
+  // After every waiting request: the queue is served in order.
+  while (draining_ && backlog_.empty() && ActiveWorkers() > 0) {
+    if (!RetireOneWorker()) return;  // full: the next reply makes room
+  }
 }
 
 void Master::StartDrain() {
@@ -566,9 +675,7 @@ void Master::StartDrain() {
     }
   }
   for (uint64_t id : to_close) CloseConnection(id);
-  for (auto& [pid, worker] : workers_) {
-    if (worker.state == WorkerState::kIdle && queue_.empty()) RetireWorker(worker);
-  }
+  RetireForDrain();
 }
 
 }  // namespace QUOR::server

@@ -1,8 +1,9 @@
 #pragma once
 // The master: one epoll event loop that accepts connections, reads each request head and body
 // under deadlines (so no worker ever waits on a slow or idle client), and hands complete
-// requests with their sockets to idle pre-forked workers. It keeps the pool between its minimum
-// and maximum, replaces workers that die, and drains and stops on SIGTERM or SIGINT.
+// requests with their sockets to the pre-forked workers through one shared queue, which the
+// next idle worker takes from. It keeps the pool between its minimum and maximum (growing it
+// when requests wait), replaces workers that die, and drains and stops on SIGTERM or SIGINT.
 #include <sys/types.h>
 
 #include <chrono>
@@ -11,12 +12,16 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "host/server/request_reader.h"
+#include "host/server/worker_channel.h"
+#include "host/server/worker_slots.h"
 #include "package/util/unique_fd.h"
 
 namespace QUOR::server {
@@ -26,8 +31,8 @@ struct PoolSize {
   int max_workers = 16;
 };
 
-// Runs in a freshly forked worker with its end of the channel; returns the exit status.
-using WorkerMain = std::function<int(Sonvik::util::UniqueFd channel)>;
+// Runs in a freshly forked worker; returns the exit status.
+using WorkerMain = std::function<int(WorkerLink link)>;
 
 class Master {
  public:
@@ -54,15 +59,20 @@ class Master {
     Phase phase = Phase::kHead;
     Clock::time_point deadline{};
     bool has_deadline = false;
-    Clock::time_point queued_at{};
-    bool watched = false;  // in the epoll set
+    Clock::time_point queued_at{};  // when its request became complete
+    bool watched = false;           // in the epoll set
   };
-  enum class WorkerState { kIdle, kBusy, kRetiring };
+  // A request in the shared queue or in a worker, under a ticket of its own: a worker's slot and
+  // reply name the ticket, so a late word about an earlier request never touches a later one.
+  struct Handed {
+    uint64_t connection_id = 0;
+    Clock::time_point queued_at{};
+  };
   struct Worker {
     pid_t pid = -1;
     Sonvik::util::UniqueFd channel;
-    WorkerState state = WorkerState::kIdle;
-    uint64_t connection_id = 0;
+    size_t slot = 0;
+    bool retiring = false;  // took a retire message
     Clock::time_point idle_since{};
   };
 
@@ -74,21 +84,31 @@ class Master {
   bool ReadAvailable(Connection& connection);
   void ProcessBuffer(Connection& connection);
   void Dispatch(Connection& connection);
-  bool HandTo(Worker& worker, Connection& connection);
-  void AssignQueued();
+  // Moves waiting requests into the shared queue while it has room.
+  void FillQueue();
+  void HandleReply(Worker& worker, const std::string& message);
   void ResumeConnection(Connection& connection);
   void Refuse(Connection& connection, int status);
   void CloseConnection(uint64_t id);
   void ReapWorkers();
   void MaintainPool();
   bool SpawnWorker();  // false when fork failed (spawning pauses for a moment)
-  void RetireWorker(Worker& worker);
+  // Asks one idle worker, whichever takes the message, to leave; false when the queue is full.
+  bool RetireOneWorker();
+  // While draining, once no request waits, asks every remaining worker to leave.
+  void RetireForDrain();
+  // Closes requests (and forgets retirements) lost with a worker that died as it took them.
+  void ReclaimLost();
   void StartDrain();
   void ExpireDeadlines();
   void SetDeadline(Connection& connection, Clock::time_point when);
   void ClearDeadline(Connection& connection);
   void Watch(Connection& connection, bool on);
   int ActiveWorkers() const;
+  // Tickets the workers are serving now, from their slots.
+  std::vector<uint64_t> ServedTickets() const;
+  // When the oldest request not yet taken by a worker became complete; nullopt when none waits.
+  std::optional<Clock::time_point> OldestWaiting() const;
   int OverdueRequests(Clock::time_point now) const;
   int NextTimeoutMs() const;
 
@@ -99,7 +119,18 @@ class Master {
   Sonvik::util::UniqueFd signals_;
   std::unordered_map<uint64_t, std::unique_ptr<Connection>> connections_;
   std::map<pid_t, Worker> workers_;
-  std::deque<uint64_t> queue_;
+  // Complete requests the shared queue had no room for yet, oldest first.
+  std::deque<uint64_t> backlog_;
+  Sonvik::util::UniqueFd queue_;          // the master's end of the shared queue
+  Sonvik::util::UniqueFd workers_queue_;  // the workers' end, inherited by each
+  WorkerSlots slots_;
+  std::vector<bool> slot_taken_;
+  std::map<uint64_t, Handed> handed_;  // by ticket, so in the order handed
+  uint64_t next_ticket_ = 1;
+  int retires_pending_ = 0;  // retire messages no worker has taken yet
+  // What ReclaimLost saw unclaimed with the queue empty at its last check.
+  std::set<uint64_t> suspects_;
+  bool retire_suspect_ = false;
   std::set<std::pair<Clock::time_point, uint64_t>> deadlines_;
   uint64_t next_connection_id_ = 1;
   bool draining_ = false;

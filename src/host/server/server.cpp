@@ -121,11 +121,10 @@ int RunServer(const ServeOptions& options) {
   setup.catalog = &catalog;
   setup.identity = identity ? &*identity : nullptr;
   bool foreground = options.foreground;
-  Master master(std::move(listener), options.pool,
-                [&setup, foreground](Sonvik::util::UniqueFd channel) {
-                  OpenLog(foreground);
-                  return RunWorker(std::move(channel), setup);
-                });
+  Master master(std::move(listener), options.pool, [&setup, foreground](WorkerLink link) {
+    OpenLog(foreground);
+    return RunWorker(std::move(link), setup);
+  });
   syslog(LOG_INFO, "serving on %s with %d to %d workers%s", options.listen.ToString().c_str(),
          options.pool.min_workers, options.pool.max_workers,
          identity ? (" as " + identity->name).c_str() : " without root");

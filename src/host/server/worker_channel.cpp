@@ -87,6 +87,8 @@ bool DecodeRequestMessage(std::string_view bytes, uint64_t* connection_id, HttpR
   return DecodeRequest(bytes.substr(sizeof(*connection_id)), request);
 }
 
+std::string EncodeRetireMessage() { return std::string(sizeof(uint64_t), '\0'); }
+
 std::string EncodeReply(const ReplyMessage& reply) {
   std::string out(reinterpret_cast<const char*>(&reply.connection_id), sizeof(reply.connection_id));
   out.push_back(reply.keep_alive ? 1 : 0);

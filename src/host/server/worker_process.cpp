@@ -47,7 +47,7 @@ bool EnsureIdentity(const ServiceIdentity* identity) {
 
 }  // namespace
 
-int RunWorker(Sonvik::util::UniqueFd channel, const WorkerSetup& setup) {
+int RunWorker(WorkerLink link, const WorkerSetup& setup) {
   InstallWorkerSignals();
   Dispatcher dispatcher(*setup.catalog, setup.identity);
   std::string message;
@@ -57,20 +57,31 @@ int RunWorker(Sonvik::util::UniqueFd channel, const WorkerSetup& setup) {
     HttpRequest request;
     Sonvik::util::UniqueFd client;
     if (g_stop) break;
-    ReceiveResult received = ReceiveChannelMessage(channel.get(), &message, &client, false);
+    ReceiveResult received = ReceiveChannelMessage(link.queue.get(), &message, &client, false);
     if (received == ReceiveResult::kInterrupted) continue;
-    if (received != ReceiveResult::kMessage) break;  // the master closed the channel: retire
-    if (!client.valid() || !DecodeRequestMessage(message, &connection_id, &request)) {
+    if (received != ReceiveResult::kMessage) break;  // the master is gone
+    if (!client.valid() && message == EncodeRetireMessage()) {
+      // Tell the master which worker took it, so that its count of workers stays right.
+      SendChannelMessage(link.channel.get(), EncodeReply(ReplyMessage{}), -1, false);
+      return 0;
+    }
+    if (!client.valid() || !DecodeRequestMessage(message, &connection_id, &request) ||
+        connection_id == 0) {
       syslog(LOG_ERR, "worker got a malformed message from the master");
       break;
     }
+    link.serving->store(connection_id, std::memory_order_release);
     ReplyMessage reply;
     reply.connection_id = connection_id;
     reply.keep_alive = dispatcher.Serve(request, client.get());
     client.Reset();
     bool identity_ok = EnsureIdentity(setup.identity);
     if (!identity_ok) reply.keep_alive = false;
-    if (!SendChannelMessage(channel.get(), EncodeReply(reply), -1, false)) break;
+    bool told = SendChannelMessage(link.channel.get(), EncodeReply(reply), -1, false);
+    // Cleared after the reply: a master that finds this worker dead reads the slot only after
+    // taking its last replies, so a request is never lost between the two.
+    link.serving->store(0, std::memory_order_release);
+    if (!told) break;
     ++served;
     if (!identity_ok) return 1;
   }

@@ -1,9 +1,12 @@
 #pragma once
-// A pre-forked worker: takes one complete request at a time from the master, serves it, checks
-// that the handler left the process's ids as it found them, and says what becomes of the
-// connection. It never reads from a client: the master hands over whole requests.
+// A pre-forked worker: takes one complete request at a time from the shared queue the master
+// fills, serves it, checks that the handler left the process's ids as it found them, and tells
+// the master what becomes of the connection. It never reads from a client: the master hands over
+// whole requests. A worker that has just answered finds the next request already waiting when
+// the server is busy, instead of sleeping until the master picks it.
 #include "host/server/api_catalog.h"
 #include "host/server/service_identity.h"
+#include "host/server/worker_channel.h"
 #include "package/util/unique_fd.h"
 
 namespace QUOR::server {
@@ -17,6 +20,6 @@ struct WorkerSetup {
 };
 
 // The worker's main loop, run in the forked child. Returns the exit status.
-int RunWorker(Sonvik::util::UniqueFd channel, const WorkerSetup& setup);
+int RunWorker(WorkerLink link, const WorkerSetup& setup);
 
 }  // namespace QUOR::server
