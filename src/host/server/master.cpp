@@ -47,7 +47,7 @@ constexpr size_t kMaxBuffered = limits::kMaxHeadBytes + limits::kMaxBodyBytes + 
 constexpr std::chrono::seconds kLingerTime{2};
 // Busy workers get this long to finish after a stop signal.
 constexpr std::chrono::seconds kDrainTime{10};
-// An idle worker above the minimum retires after this long.
+// A pool above its minimum that had a worker to spare all this while gives one back.
 constexpr std::chrono::seconds kIdleWorkerTime{10};
 // Workers that die this soon after starting are failing to start; respawns slow down.
 constexpr std::chrono::seconds kQuickDeath{1};
@@ -338,7 +338,6 @@ void Master::HandleReply(Worker& worker, const std::string& message) {
   }
   uint64_t id = handed->second.connection_id;
   handed_.erase(handed);
-  worker.idle_since = Clock::now();
   auto found = connections_.find(id);
   if (found != connections_.end()) {
     if (reply.keep_alive && !draining_) {
@@ -549,10 +548,14 @@ void Master::MaintainPool() {
   auto now = Clock::now();
   FillQueue();
   int active = ActiveWorkers();
-  bool waiting = !backlog_.empty() || handed_.size() > ServedTickets().size();
-  if (now >= spawn_blocked_until_ &&
-      (active < pool_.min_workers || (waiting && active < pool_.max_workers))) {
-    int overdue = OverdueRequests(now);
+  size_t served = ServedTickets().size();
+  bool waiting = !backlog_.empty() || handed_.size() > served;
+  int overdue = waiting ? OverdueRequests(now) : 0;
+  // The fewest workers left idle at any moment of the window; none while requests are overdue.
+  // The queue hands work to idle workers in turn, so no single worker's idle time says whether
+  // the pool is too big.
+  fewest_idle_ = std::min(fewest_idle_, overdue > 0 ? 0 : active - static_cast<int>(served));
+  if (now >= spawn_blocked_until_) {
     while (active < pool_.min_workers || (overdue > 0 && active < pool_.max_workers)) {
       if (!SpawnWorker()) break;
       ++active;
@@ -562,16 +565,11 @@ void Master::MaintainPool() {
   if (now < next_pool_check_) return;
   next_pool_check_ = now + std::chrono::seconds(1);
   ReclaimLost();
-  // Shrink one at a time, so a burst that comes back finds most of the pool still there. Any
-  // idle worker may take the message; what counts is that one has been idle this long.
-  if (active > pool_.min_workers && !waiting) {
-    for (auto& [pid, worker] : workers_) {
-      if (!worker.retiring && slots_[worker.slot].load(std::memory_order_acquire) == 0 &&
-          now - worker.idle_since > kIdleWorkerTime) {
-        RetireOneWorker();
-        break;
-      }
-    }
+  if (now - idle_window_start_ >= kIdleWorkerTime) {
+    // Shrink one at a time, so a burst that comes back finds most of the pool still there.
+    if (fewest_idle_ > 0 && active > pool_.min_workers) RetireOneWorker();
+    fewest_idle_ = INT_MAX;
+    idle_window_start_ = now;
   }
 }
 
@@ -612,7 +610,6 @@ bool Master::SpawnWorker() {
   worker.pid = pid;
   worker.channel = std::move(master_end);
   worker.slot = slot;
-  worker.idle_since = Clock::now();
   EpollControl(epoll_.get(), EPOLL_CTL_ADD, worker.channel.get(), EPOLLIN,
                Tag(kWorkerKind, static_cast<uint64_t>(pid)));
   started_at_[pid] = Clock::now();

@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <climits>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -73,7 +74,6 @@ class Master {
     Sonvik::util::UniqueFd channel;
     size_t slot = 0;
     bool retiring = false;  // took a retire message
-    Clock::time_point idle_since{};
   };
 
   void OnAccept();
@@ -131,6 +131,9 @@ class Master {
   // What ReclaimLost saw unclaimed with the queue empty at its last check.
   std::set<uint64_t> suspects_;
   bool retire_suspect_ = false;
+  // Shrinking: the fewest idle workers seen since the window began.
+  int fewest_idle_ = INT_MAX;
+  Clock::time_point idle_window_start_{};
   std::set<std::pair<Clock::time_point, uint64_t>> deadlines_;
   uint64_t next_connection_id_ = 1;
   bool draining_ = false;
