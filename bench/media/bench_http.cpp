@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "bench_process.h"
+#include "bench/common/child_process.h"
 
 namespace Sonvik::bench {
 namespace {

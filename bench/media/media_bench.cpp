@@ -14,9 +14,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -28,9 +28,9 @@
 #include <tuple>
 #include <vector>
 
+#include "bench/common/child_process.h"
 #include "bench/common/test_namespace.h"
 #include "bench_http.h"
-#include "bench_process.h"
 
 namespace Sonvik::bench {
 namespace {
@@ -226,7 +226,7 @@ std::string LoadAverage() {
   return one + " " + five;
 }
 
-int Run() {
+int RunBenchmark() {
   const std::string sonvik = Here() + "/sonvik";
   std::printf("preparing: sonvik init, generated files, scan...\n");
   std::fflush(stdout);
@@ -371,7 +371,7 @@ int Run() {
 int main(int argc, char** argv) {
   Sonvik::bench::EnterTestNamespace(argc, argv, SONVIK_SOURCE_DIR);
   curl_global_init(CURL_GLOBAL_DEFAULT);
-  int result = Sonvik::bench::Run();
+  int result = Sonvik::bench::RunBenchmark();
   curl_global_cleanup();
   return result;
 }

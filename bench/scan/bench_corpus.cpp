@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "child_process.h"
+#include "bench/common/child_process.h"
 
 namespace Sonvik::bench {
 namespace {

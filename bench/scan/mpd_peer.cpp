@@ -12,7 +12,7 @@
 #include <fstream>
 #include <thread>
 
-#include "child_process.h"
+#include "bench/common/child_process.h"
 
 namespace Sonvik::bench {
 namespace {
@@ -86,7 +86,7 @@ void MpdPeer::Start(const std::string& music) {
                                          << "port \"" << port_ << "\"\n"
                                          << "auto_update \"no\"\n"
                                          << "audio_output {\n  type \"null\"\n  name \"none\"\n}\n";
-  process_ = std::make_unique<Background>(
+  process_ = std::make_unique<BackgroundProcess>(
       std::vector<std::string>{"/usr/bin/mpd", "--no-daemon", config}, work_dir_ + "/stderr");
   socket_ = Connect(port_);
   ReadUntil(socket_, "OK MPD");

@@ -6,7 +6,7 @@
 
 namespace Sonvik::bench {
 
-class Background;
+class BackgroundProcess;
 
 class MpdPeer {
  public:
@@ -32,7 +32,7 @@ class MpdPeer {
   std::string work_dir_;
   int port_;
   int socket_ = -1;
-  std::unique_ptr<Background> process_;
+  std::unique_ptr<BackgroundProcess> process_;
 };
 
 }  // namespace Sonvik::bench

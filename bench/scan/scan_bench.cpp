@@ -19,9 +19,9 @@
 #include <string>
 #include <vector>
 
+#include "bench/common/child_process.h"
 #include "bench/common/test_namespace.h"
 #include "bench_corpus.h"
-#include "child_process.h"
 #include "mpd_peer.h"
 
 namespace Sonvik::bench {

@@ -1,5 +1,5 @@
 #pragma once
-// Child processes of the benchmark: commands run to completion, and servers in the background.
+// Child processes of the benchmarks: commands run to completion, and servers in the background.
 #include <sys/types.h>
 
 #include <string>
@@ -11,6 +11,10 @@ namespace Sonvik::bench {
 // command's stderr when it fails. Answers its stdout.
 std::string RunOrDie(const std::vector<std::string>& args, const std::string& input = "");
 
+// Runs `args` (args[0] an absolute path) to completion with stdout and stderr appended to
+// `log_path`; answers whether it exited with status 0.
+bool Run(const std::vector<std::string>& args, const std::string& log_path = "/dev/null");
+
 // Runs `args` to completion like RunOrDie and answers the CPU seconds (user + system) it used.
 double RunAndMeasureCpu(const std::vector<std::string>& args);
 
@@ -18,8 +22,8 @@ double RunAndMeasureCpu(const std::vector<std::string>& args);
 // have exited included.
 double ProcessTreeCpuSeconds(pid_t pid);
 
-// A process started in the background with stdout and stderr into `log_path`; SIGTERM and
-// wait on destruction.
+// A process started in the background with stdout and stderr appended to `log_path`; SIGTERM
+// and wait on destruction.
 class BackgroundProcess {
  public:
   BackgroundProcess(const std::vector<std::string>& args, const std::string& log_path);

@@ -1,4 +1,4 @@
-#include "bench_process.h"
+#include "bench/common/child_process.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -127,13 +127,14 @@ double ProcessTreeCpuSeconds(pid_t pid) {
   return total;
 }
 
-BackgroundProcess::BackgroundProcess(const std::vector<std::string>& args,
-                                     const std::string& log_path) {
+namespace {
+
+pid_t Spawn(const std::vector<std::string>& args, const std::string& log_path) {
   std::vector<std::string> copy = args;
   std::vector<char*> argv = Argv(copy);
-  pid_ = ::fork();
-  if (pid_ == 0) {
-    int log = ::open(log_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  pid_t pid = ::fork();
+  if (pid == 0) {
+    int log = ::open(log_path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
     int null = ::open("/dev/null", O_RDONLY);
     ::dup2(null, 0);
     ::dup2(log, 1);
@@ -141,7 +142,21 @@ BackgroundProcess::BackgroundProcess(const std::vector<std::string>& args,
     ::execv(argv[0], argv.data());
     ::_exit(127);
   }
+  return pid;
 }
+
+}  // namespace
+
+bool Run(const std::vector<std::string>& args, const std::string& log_path) {
+  pid_t pid = Spawn(args, log_path);
+  int status = 0;
+  return pid > 0 && ::waitpid(pid, &status, 0) == pid && WIFEXITED(status) &&
+         WEXITSTATUS(status) == 0;
+}
+
+BackgroundProcess::BackgroundProcess(const std::vector<std::string>& args,
+                                     const std::string& log_path)
+    : pid_(Spawn(args, log_path)) {}
 
 BackgroundProcess::~BackgroundProcess() {
   if (pid_ <= 0) return;
